@@ -1,0 +1,78 @@
+/// \file ElementBlocks.h
+/// The blocks that the coil and the vapor cell records share: the four
+/// element groups, in three widths, and the pair block.
+///
+/// A group i (0 to 3) holds element i of each column in column order:
+///   narrow (5):  posP4, oriP4, nmlDirXYZW, vctXYRD, auxRows[0]
+///   middle (8):  posP4, oriP4, nmlDirXYZW, vctXYRD, auxRows[0..3]
+///   wide (9):    posP4, oriP4, nmlDirXYZW, axisRotate, vctXYRD, auxRows[0..3]
+/// The pair block holds, for g 0 to 11 and j 0 to 2, table[g][1][j] and
+/// then table[g][0][j]: the second vector's element first.
+#pragma once
+
+#include <fluxgrid/element/BscMagSns.h>
+#include <fluxgrid/platform/Archive.h>
+
+#include <array>
+#include <span>
+
+namespace fluxgrid::element {
+
+using PairTable = double[12][2][3];
+
+/// Columns of the narrow groups; position and orientation may be redirected
+/// to scratch arrays by the caller.
+inline std::array<double*, 5> narrowColumns(CBscMagSns& e, double* pos, double* ori) {
+    return {pos, ori, e.nmlDirXYZW, e.vctXYRD, e.auxRows[0]};
+}
+inline std::array<double*, 8> middleColumns(CBscMagSns& e) {
+    return {e.posP4,      e.oriP4,      e.nmlDirXYZW, e.vctXYRD,
+            e.auxRows[0], e.auxRows[1], e.auxRows[2], e.auxRows[3]};
+}
+inline std::array<double*, 9> wideColumns(CBscMagSns& e) {
+    return {e.posP4,      e.oriP4,      e.nmlDirXYZW, e.axisRotate, e.vctXYRD,
+            e.auxRows[0], e.auxRows[1], e.auxRows[2], e.auxRows[3]};
+}
+
+inline void storeGroups(CArchive& ar, std::span<double* const> columns) {
+    for (int i = 0; i < 4; ++i) {
+        for (double* column : columns) {
+            ar << column[i];
+        }
+    }
+}
+
+inline void loadGroups(CArchive& ar, std::span<double* const> columns) {
+    for (int i = 0; i < 4; ++i) {
+        for (double* column : columns) {
+            ar >> column[i];
+        }
+    }
+}
+
+inline void storePairs(CArchive& ar, const PairTable& table) {
+    for (int g = 0; g < 12; ++g) {
+        for (int j = 0; j < 3; ++j) {
+            ar << table[g][1][j];
+            ar << table[g][0][j];
+        }
+    }
+}
+
+inline void loadPairs(CArchive& ar, PairTable& table) {
+    for (int g = 0; g < 12; ++g) {
+        for (int j = 0; j < 3; ++j) {
+            ar >> table[g][1][j];
+            ar >> table[g][0][j];
+        }
+    }
+}
+
+/// What the coil's and the cell's `reset` share: the four-element arrays
+/// and the angles cleared, row 0 of `auxRows` cleared, rows 1 to 3 kept.
+void resetGeometry(CBscMagSns& e);
+
+/// Clears the first four pairs of a pair table; pairs 4 to 11 keep their values.
+void clearFirstPairs(PairTable& table);
+
+}  // namespace fluxgrid::element

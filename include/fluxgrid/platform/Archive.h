@@ -1,0 +1,138 @@
+/// \file Archive.h
+/// The binary stream of every file kind. Byte order and widths belong to the
+/// stream: 4-byte and 8-byte little-endian integers, IEEE doubles bit for
+/// bit, one byte for a bool, and the self-delimiting string form.
+#pragma once
+
+#include <fluxgrid/platform/CString.h>
+#include <fluxgrid/platform/Exceptions.h>
+#include <fluxgrid/platform/File.h>
+#include <fluxgrid/platform/Types.h>
+
+#include <array>
+#include <bit>
+#include <concepts>
+#include <cstring>
+
+namespace fluxgrid::detail {
+template <class T>
+inline T toLittleEndian(T value) {
+    static_assert(std::endian::native == std::endian::little || std::endian::native == std::endian::big);
+    if constexpr (std::endian::native == std::endian::big && sizeof(T) > 1) {
+        auto bytes = std::bit_cast<std::array<BYTE, sizeof(T)>>(value);
+        for (std::size_t i = 0; i < sizeof(T) / 2; ++i) {
+            std::swap(bytes[i], bytes[sizeof(T) - 1 - i]);
+        }
+        return std::bit_cast<T>(bytes);
+    } else {
+        return value;
+    }
+}
+}  // namespace fluxgrid::detail
+
+class CArchive {
+public:
+    enum Mode : UINT { store = 0, load = 1 };
+
+    /// A buffered stream over `file`. The archive neither opens nor closes
+    /// the file; a storing archive flushes when it is closed or destroyed.
+    CArchive(CFile* file, UINT mode, int bufferSize = 4096);
+    CArchive(const CArchive&) = delete;
+    CArchive& operator=(const CArchive&) = delete;
+    ~CArchive();
+
+    bool IsLoading() const { return (m_mode & load) != 0; }
+    bool IsStoring() const { return (m_mode & load) == 0; }
+    CFile* GetFile() const { return m_file; }
+
+    /// Takes up to `count` bytes; returns how many arrived.
+    UINT Read(void* buffer, UINT count);
+    /// Appends `count` bytes.
+    void Write(const void* buffer, UINT count);
+    /// Passes what is buffered on to the file. Adds no bytes.
+    void Flush();
+    /// Flushes a storing archive and detaches it from the file.
+    void Close();
+    /// Makes at least `count` bytes available to a load, or raises
+    /// `CArchiveException::endOfFile`.
+    void FillBuffer(UINT count);
+
+    CArchive& operator<<(int value) { return put(value); }
+    CArchive& operator<<(UINT value) { return put(value); }
+    CArchive& operator<<(LONGLONG value) { return put(value); }
+    CArchive& operator<<(double value) { return put(value); }
+    /// Exactly `bool`: a pointer or a number must not end up as one byte.
+    template <std::same_as<bool> B>
+    CArchive& operator<<(B value) {
+        return put(static_cast<BYTE>(value ? 1 : 0));
+    }
+    CArchive& operator<<(const CString& text);
+    CArchive& operator<<(const char16_t* text) { return *this << CString(text); }
+
+    CArchive& operator>>(int& value) { return get(value); }
+    CArchive& operator>>(UINT& value) { return get(value); }
+    CArchive& operator>>(LONGLONG& value) { return get(value); }
+    CArchive& operator>>(double& value) { return get(value); }
+    CArchive& operator>>(bool& value);
+    CArchive& operator>>(CString& text);
+
+    /// Single bytes and words, for the string form's length prefix only.
+    void WriteByte(BYTE value) { put(value); }
+    void WriteWord(WORD value) { put(value); }
+    BYTE ReadByte();
+    WORD ReadWord();
+    void WriteQuad(ULONGLONG value) { put(value); }
+    DWORD ReadDword();
+    ULONGLONG ReadQuad();
+
+private:
+    template <class T>
+    CArchive& put(T value) {
+        if (!IsStoring()) {
+            throwDirection(CArchiveException::readOnly);
+        }
+        if (m_cur + sizeof(T) > m_max) {
+            Flush();
+        }
+        value = fluxgrid::detail::toLittleEndian(value);
+        std::memcpy(m_cur, &value, sizeof(T));
+        m_cur += sizeof(T);
+        return *this;
+    }
+
+    template <class T>
+    CArchive& get(T& value) {
+        if (!IsLoading()) {
+            throwDirection(CArchiveException::writeOnly);
+        }
+        if (m_cur + sizeof(T) > m_max) {
+            FillBuffer(sizeof(T));
+        }
+        std::memcpy(&value, m_cur, sizeof(T));
+        value = fluxgrid::detail::toLittleEndian(value);
+        m_cur += sizeof(T);
+        return *this;
+    }
+
+    [[noreturn]] void throwDirection(int cause) const;
+    void releaseLoad();
+
+    CFile* m_file;
+    UINT m_mode;
+    // The window onto the bytes: the archive's own buffer, or for a file in
+    // memory the file's bytes themselves.
+    BYTE* m_cur = nullptr;
+    BYTE* m_max = nullptr;
+    BYTE* m_start = nullptr;
+    bool m_direct = false;
+    bool m_closed = false;
+    std::size_t m_bufferSize;
+    BYTE* m_buffer = nullptr;
+};
+
+/// Writes the length prefix of the string form; with `unicode` set, the wide
+/// tag FF FE FF goes first.
+void AfxWriteStringLength(CArchive& ar, UINT_PTR length, BOOL unicode);
+/// Reads a length prefix; `charSize` receives 1 for a narrow string and 2
+/// for a wide one.
+UINT_PTR AfxReadStringLength(CArchive& ar, int& charSize);

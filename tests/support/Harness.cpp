@@ -1,0 +1,90 @@
+#include "support/Harness.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace fluxgrid::test {
+
+MessageBoxRecorder::MessageBoxRecorder(int answer) : m_answer(answer) {
+    m_previous = AfxSetMessageBoxHandler([this](const CString& text, UINT type, UINT helpId) {
+        m_boxes.push_back(Box{text.ToUtf8(), type, helpId});
+        return m_answer;
+    });
+}
+
+MessageBoxRecorder::~MessageBoxRecorder() {
+    AfxSetMessageBoxHandler(std::move(m_previous));
+}
+
+std::vector<std::string> MessageBoxRecorder::texts() const {
+    std::vector<std::string> out;
+    for (const Box& box : m_boxes) {
+        out.push_back(box.text);
+    }
+    return out;
+}
+
+UINT TrickleFile::Read(void* buffer, UINT count) {
+    const std::size_t available = m_bytes.size() - std::min(m_position, m_bytes.size());
+    const std::size_t taken = std::min<std::size_t>({count, available, m_piece});
+    if (taken > 0) {
+        std::memcpy(buffer, m_bytes.data() + m_position, taken);
+    }
+    m_position += taken;
+    return static_cast<UINT>(taken);
+}
+
+void TrickleFile::Write(const void* buffer, UINT count) {
+    const auto* in = static_cast<const BYTE*>(buffer);
+    if (m_position + count > m_bytes.size()) {
+        m_bytes.resize(m_position + count);
+    }
+    std::memcpy(m_bytes.data() + m_position, in, count);
+    m_position += count;
+}
+
+ULONGLONG TrickleFile::Seek(LONGLONG offset, UINT from) {
+    const LONGLONG base = from == begin     ? 0
+                          : from == current ? static_cast<LONGLONG>(m_position)
+                                            : static_cast<LONGLONG>(m_bytes.size());
+    m_position = static_cast<std::size_t>(base + offset);
+    return m_position;
+}
+
+std::vector<BYTE> storeToBytes(const std::function<void(CArchive&)>& write) {
+    CMemFile file;
+    {
+        CArchive ar(&file, CArchive::store);
+        write(ar);
+    }
+    return file.Data();
+}
+
+std::size_t loadFromBytes(const std::vector<BYTE>& bytes, const std::function<void(CArchive&)>& read) {
+    CMemFile file(bytes.data(), static_cast<UINT>(bytes.size()));
+    {
+        CArchive ar(&file, CArchive::load);
+        read(ar);
+    }
+    return static_cast<std::size_t>(file.GetPosition());
+}
+
+std::string firstDifference(const std::vector<BYTE>& expected, const std::vector<BYTE>& actual) {
+    const std::size_t common = std::min(expected.size(), actual.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        if (expected[i] != actual[i]) {
+            char text[96];
+            std::snprintf(text, sizeof text, "byte %zu: expected %02X, got %02X", i, expected[i],
+                          actual[i]);
+            return text;
+        }
+    }
+    if (expected.size() != actual.size()) {
+        return "sizes differ: expected " + std::to_string(expected.size()) + ", got " +
+               std::to_string(actual.size());
+    }
+    return "";
+}
+
+}  // namespace fluxgrid::test
