@@ -1,0 +1,126 @@
+/// \file MegGrdBsc.h
+/// The block that every per-channel hardware record shares, whether a SQUID
+/// or an OPM reads the channel: the record's name, its gain chain, its
+/// gradient order, two mode flags and numbers that the library only carries.
+///
+/// The block has no reset and no file code of its own as a class: the SQUID
+/// and OPM records give it its defaults and file it, through the functions
+/// of `fluxgrid::sensor` below, so that both records share one code for it.
+/// As a hardware record files it:
+///
+///   hardwareNo                int32
+///   neuromagFactor            double
+///   gainOffset                double
+///   scaleConstant             double
+///   properGain                double
+///   secondGain                double
+///   thirdGain                 double
+///   totalGain                 double
+///   gradOrderNo               int32
+///   gradAuxNo                 int32   (SQUID record only)
+///   realIdealCoefMode         bool, one byte
+///   adaptiveBalance           bool, one byte
+///   auxValue1                 double
+///   auxValue2                 double
+///   4 rows, i from 0 to 3:    double auxVectorA[i], double auxVectorB[i],
+///                             int32 auxFlags[i]
+///
+/// `hardwareName` lives in memory only: no file holds it.
+#pragma once
+
+#include <fluxgrid/platform/Archive.h>
+#include <fluxgrid/platform/CString.h>
+
+class CMegGrdBsc {
+  public:
+    /// An empty name. The numbers are zero until a record's reset,
+    /// `initSensorInfo` or a file read gives them their values.
+    CMegGrdBsc();
+    CMegGrdBsc(const CMegGrdBsc&) = default;
+    /// Every field, `hardwareName` and `neuromagFactor` included.
+    CMegGrdBsc& operator=(const CMegGrdBsc&) = default;
+    ~CMegGrdBsc() = default;
+
+    CString hardwareName;
+    int hardwareNo;
+    double neuromagFactor;
+    double gainOffset;
+    double scaleConstant;
+    double properGain;
+    double secondGain;
+    double thirdGain;
+    /// properGain x secondGain x thirdGain as last computed; a file read
+    /// takes the stored number as it stands.
+    double totalGain;
+    int gradOrderNo;
+    int gradAuxNo;
+    bool realIdealCoefMode;
+    bool adaptiveBalance;
+    double auxValue1;
+    double auxValue2;
+    double auxVectorA[4];
+    double auxVectorB[4];
+    int auxFlags[4];
+};
+
+/// The final class of the block; adds nothing. Both hardware records derive
+/// from it, and a sensor hands either one out through this type.
+class CMegGrdBscqv : public CMegGrdBsc {
+  public:
+    CMegGrdBscqv() = default;
+    CMegGrdBscqv(const CMegGrdBscqv&) = default;
+    CMegGrdBscqv& operator=(const CMegGrdBscqv&) = default;
+    ~CMegGrdBscqv() = default;
+};
+
+namespace fluxgrid::sensor {
+
+/// Whether a hardware record carries `gradAuxNo`: the SQUID record resets,
+/// files and copies it, the OPM record does none of these.
+enum class GradAux { carried, absent };
+
+/// The block's defaults: `hardwareNo` 0, `neuromagFactor` 1.0, `gainOffset`
+/// 0.0, `scaleConstant` 1e17, the four gains 1.0, `gradOrderNo` 0, both
+/// flags false, the auxiliary values, vectors and flags 0, and `gradAuxNo`
+/// 0 when carried. `hardwareName` keeps its value.
+void resetBlock(CMegGrdBsc& block, GradAux gradAux);
+
+/// Stores the arguments in the fields of the same names and computes
+/// `totalGain` = properGain x secondGain x thirdGain, in that order.
+/// Touches nothing else. Returns 1.
+int initBlockInfo(CMegGrdBsc& block, int hardwareNo, int gradOrderNo, double properGain,
+                  double secondGain, double thirdGain, double gainOffset);
+
+/// The narrow assignment of the final hardware records: every field of the
+/// block except `hardwareName` and `neuromagFactor`, and `gradAuxNo` only
+/// when carried.
+void assignBlockKeepingIdentity(CMegGrdBsc& target, const CMegGrdBsc& source, GradAux gradAux);
+
+/// The gain chain and flags, `hardwareNo` through `auxValue2`, in file order.
+void storeGainChain(CArchive& ar, const CMegGrdBsc& block, GradAux gradAux);
+void loadGainChain(CArchive& ar, CMegGrdBsc& block, GradAux gradAux);
+
+/// The four auxiliary rows: `auxVectorA[i]`, `auxVectorB[i]`, `auxFlags[i]`.
+void storeAuxRows(CArchive& ar, const CMegGrdBsc& block);
+void loadAuxRows(CArchive& ar, CMegGrdBsc& block);
+
+/// The whole block as a hardware record files it: the chain, then the rows.
+void storeBlock(CArchive& ar, const CMegGrdBsc& block, GradAux gradAux);
+void loadBlock(CArchive& ar, CMegGrdBsc& block, GradAux gradAux);
+
+/// The 24 nested element records of a hardware record, in either direction:
+/// for each index 0 to 7, the dewar, head and work element in turn, each
+/// through its own file entry with its own magic and version. The entries'
+/// results are not looked at: a record that its own layer refuses stops
+/// nothing, and reading goes on at the stream's position.
+template <class Element>
+void serializeElementRecords(CArchive& ar, Element (&dewar)[8], Element (&head)[8],
+                             Element (&work)[8]) {
+    for (int i = 0; i < 8; ++i) {
+        dewar[i].serializeqv(ar);
+        head[i].serializeqv(ar);
+        work[i].serializeqv(ar);
+    }
+}
+
+}  // namespace fluxgrid::sensor
