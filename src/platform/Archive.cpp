@@ -125,20 +125,32 @@ UINT CArchive::Read(void* buffer, UINT count) {
         return total;
     }
     // The window is empty: large remainders go straight to the caller,
-    // small ones through the buffer.
-    if (count - total >= m_bufferSize) {
-        return total + m_file->Read(out + total, count - total);
+    // small ones through the buffer. A file may deliver fewer bytes than
+    // asked; only a read of none means the end.
+    while (total < count) {
+        if (count - total >= m_bufferSize) {
+            const UINT got = m_file->Read(out + total, count - total);
+            if (got == 0) {
+                break;
+            }
+            total += got;
+            continue;
+        }
+        if (m_buffer == nullptr) {
+            m_buffer = new BYTE[m_bufferSize];
+        }
+        const UINT got = m_file->Read(m_buffer, static_cast<UINT>(m_bufferSize));
+        m_start = m_cur = m_buffer;
+        m_max = m_buffer + got;
+        if (got == 0) {
+            break;
+        }
+        const UINT rest = std::min(count - total, got);
+        std::memcpy(out + total, m_cur, rest);
+        m_cur += rest;
+        total += rest;
     }
-    if (m_buffer == nullptr) {
-        m_buffer = new BYTE[m_bufferSize];
-    }
-    const UINT got = m_file->Read(m_buffer, static_cast<UINT>(m_bufferSize));
-    m_start = m_cur = m_buffer;
-    m_max = m_buffer + got;
-    const UINT rest = std::min(count - total, got);
-    std::memcpy(out + total, m_cur, rest);
-    m_cur += rest;
-    return total + rest;
+    return total;
 }
 
 void CArchive::Write(const void* buffer, UINT count) {
