@@ -1,0 +1,89 @@
+#include <fluxgrid/frame/FileFrame.h>
+#include <fluxgrid/sensor/MegOpm.h>
+
+namespace {
+constexpr const char16_t* kMagic = u"MEGOPMQV";
+constexpr int kVersion = 20190201;
+// The OPM record shares the SQUID record's words for a wrong version.
+constexpr const char* kWrongSquidFormat = "Wrong MSQUID file format!!?";
+}  // namespace
+
+using namespace fluxgrid;
+using sensor::GradAux;
+
+CMegOpm::CMegOpm() : totalVapors(0), currentVaporID(0) {
+    resetSensors();
+}
+
+int CMegOpm::resetSensors() {
+    sensor::resetBlock(*this, GradAux::absent);
+    totalVapors = 0;
+    currentVaporID = 0;
+    for (int i = 0; i < 8; ++i) {
+        vaporDewar[i].reset();
+        vaporDewar[i].coilName.Format("OPMg%d", i);
+        vaporHead[i].reset();
+        vaporWork[i].reset();
+    }
+    return 1;
+}
+
+int CMegOpm::initSensorInfo(int hardwareNo, int gradOrderNo, double properGain, double secondGain,
+                            double thirdGain, double gainOffset) {
+    return sensor::initBlockInfo(*this, hardwareNo, gradOrderNo, properGain, secondGain, thirdGain,
+                                 gainOffset);
+}
+
+int CMegOpm::checkInitVapors(int count) {
+    currentVaporID = 0;
+    if (count < 1) {
+        count = 1;
+    } else if (count > 8) {
+        count = 8;
+    }
+    totalVapors = count;
+    return totalVapors;
+}
+
+int CMegOpm09File::serialize(CArchive& ar) {
+    if (ar.IsStoring()) {
+        frame::storeHeader(ar, kMagic, kVersion);
+        return serialize20190201(ar);
+    }
+    if (!frame::loadMagic(ar, kMagic, frame::kNotMegFile)) {
+        return 0;
+    }
+    if (frame::loadVersion(ar) != kVersion) {
+        frame::reportBadVersion(kWrongSquidFormat);
+        return 0;
+    }
+    return serialize20190201(ar);
+}
+
+int CMegOpm09File::serialize20190201(CArchive& ar) {
+    if (ar.IsStoring()) {
+        sensor::storeBlock(ar, *this, GradAux::absent);
+        ar << totalVapors;
+        ar << currentVaporID;
+    } else {
+        sensor::loadBlock(ar, *this, GradAux::absent);
+        ar >> totalVapors;
+        ar >> currentVaporID;
+    }
+    // The nested cell records' results are not looked at: a refused cell
+    // costs its own message box, and reading goes on where the stream stands.
+    sensor::serializeElementRecords(ar, vaporDewar, vaporHead, vaporWork);
+    return 1;
+}
+
+CMegOpmqv& CMegOpmqv::operator=(const CMegOpmqv& other) {
+    sensor::assignBlockKeepingIdentity(*this, other, GradAux::absent);
+    totalVapors = other.totalVapors;
+    currentVaporID = other.currentVaporID;
+    for (int i = 0; i < 8; ++i) {
+        vaporDewar[i] = other.vaporDewar[i];
+        vaporHead[i] = other.vaporHead[i];
+        vaporWork[i] = other.vaporWork[i];
+    }
+    return *this;
+}
