@@ -94,8 +94,7 @@ void CArchive::FillBuffer(UINT count) {
     }
     std::size_t held = available;
     while (held < count) {
-        const UINT got =
-            m_file->Read(m_buffer + held, static_cast<UINT>(m_bufferSize - held));
+        const UINT got = m_file->Read(m_buffer + held, static_cast<UINT>(m_bufferSize - held));
         if (got == 0) {
             // Keep what did arrive, so that the position stays exact.
             m_start = m_cur = m_buffer;
@@ -175,38 +174,11 @@ void CArchive::Write(const void* buffer, UINT count) {
 }
 
 CArchive& CArchive::operator>>(bool& value) {
-    BYTE b = 0;
-    get(b);
-    value = b != 0;
+    value = take<BYTE>() != 0;
     return *this;
 }
 
-BYTE CArchive::ReadByte() {
-    BYTE value = 0;
-    get(value);
-    return value;
-}
-
-WORD CArchive::ReadWord() {
-    WORD value = 0;
-    get(value);
-    return value;
-}
-
-DWORD CArchive::ReadDword() {
-    DWORD value = 0;
-    get(value);
-    return value;
-}
-
-ULONGLONG CArchive::ReadQuad() {
-    ULONGLONG value = 0;
-    get(value);
-    return value;
-}
-
-CArchive& CArchive::operator<<(const CString& text) {
-    const std::u16string& units = text.str();
+CArchive& CArchive::WriteString(std::u16string_view units) {
     AfxWriteStringLength(*this, units.size(), TRUE);
     if constexpr (std::endian::native == std::endian::little) {
         const auto* bytes = reinterpret_cast<const BYTE*>(units.data());
@@ -247,27 +219,45 @@ void readPayload(CArchive& ar, Container& out, UINT_PTR count) {
 
 }  // namespace
 
-CArchive& CArchive::operator>>(CString& text) {
-    int charSize = 1;
-    const UINT_PTR length = AfxReadStringLength(*this, charSize);
+CString CArchive::ReadStringPayload(UINT_PTR length, int charSize) {
     try {
+        if (charSize == 2 && length <= kStringChunk / 2) {
+            // Already in the window: one copy, no refill.
+            if (const BYTE* bytes = TakeWindow(length * 2)) {
+                std::u16string wide(length, u'\0');
+                if constexpr (std::endian::native == std::endian::little) {
+                    std::memcpy(wide.data(), bytes, length * 2);
+                } else {
+                    for (std::size_t i = 0; i < length; ++i) {
+                        wide[i] = fluxgrid::detail::decodeLittleEndian<char16_t>(bytes + 2 * i);
+                    }
+                }
+                return CString(std::move(wide));
+            }
+        }
         if (charSize == 1) {
             std::string narrow;
             readPayload(*this, narrow, length);
-            text = CString::FromNarrow(reinterpret_cast<const BYTE*>(narrow.data()), narrow.size());
-        } else {
-            std::u16string wide;
-            readPayload(*this, wide, length);
-            if constexpr (std::endian::native == std::endian::big) {
-                for (char16_t& u : wide) {
-                    u = fluxgrid::detail::toLittleEndian(u);
-                }
-            }
-            text = CString(std::move(wide));
+            return CString::FromNarrow(reinterpret_cast<const BYTE*>(narrow.data()), narrow.size());
         }
+        std::u16string wide;
+        readPayload(*this, wide, length);
+        if constexpr (std::endian::native == std::endian::big) {
+            for (char16_t& u : wide) {
+                u = fluxgrid::detail::toLittleEndian(u);
+            }
+        }
+        return CString(std::move(wide));
     } catch (const std::bad_alloc&) {
         AfxThrowMemoryException();
     }
+}
+
+CArchive& CArchive::operator>>(CString& text) {
+    int charSize = 1;
+    const UINT_PTR length = AfxReadStringLength(*this, charSize);
+    // The target changes only once the whole string has arrived.
+    text = ReadStringPayload(length, charSize);
     return *this;
 }
 

@@ -1,12 +1,12 @@
 #include <fluxgrid/platform/Exceptions.h>
 #include <fluxgrid/platform/File.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <fluxgrid/platform/Module.h>
 
-#include <algorithm>
 #include <dlfcn.h>
+#include <algorithm>
 #include <new>
 
 namespace {

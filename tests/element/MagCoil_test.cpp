@@ -20,7 +20,8 @@ constexpr int kVersions[] = {20080102, 20091117, 20140513, 20211230};
 
 int loadCoil(CMagCoilqv& coil, const std::vector<BYTE>& bytes, std::size_t* taken = nullptr) {
     int result = -1;
-    const std::size_t used = loadFromBytes(bytes, [&](CArchive& ar) { result = coil.serializeqv(ar); });
+    const std::size_t used =
+        loadFromBytes(bytes, [&](CArchive& ar) { result = coil.serializeqv(ar); });
     if (taken != nullptr) {
         *taken = used;
     }
@@ -243,9 +244,9 @@ TEST(MagCoilFile, CoilNamedCoilStoresA982ByteRecordOfNewestVersion) {
     CMagCoilqv coil;
     const auto bytes = storeToBytes([&](CArchive& ar) { EXPECT_EQ(coil.serializeqv(ar), 1); });
     ASSERT_EQ(bytes.size(), 982u);
-    const std::vector<BYTE> frame = {0xFF, 0xFE, 0xFF, 0x09, 'M', 0, 'E', 0, 'G', 0, 'C', 0,
-                                     'O',  0,    'I',  0,    'L', 0, 'Q', 0, 'V', 0, 0x1E, 0x66,
-                                     0x34, 0x01};
+    const std::vector<BYTE> frame = {0xFF, 0xFE, 0xFF, 0x09, 'M',  0,    'E',  0,   'G',
+                                     0,    'C',  0,    'O',  0,    'I',  0,    'L', 0,
+                                     'Q',  0,    'V',  0,    0x1E, 0x66, 0x34, 0x01};
     EXPECT_TRUE(std::equal(frame.begin(), frame.end(), bytes.begin()));
 }
 

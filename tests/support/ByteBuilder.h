@@ -13,14 +13,12 @@
 namespace fluxgrid::test {
 
 class ByteBuilder {
-public:
+  public:
     ByteBuilder& u8(std::uint8_t value) {
         m_bytes.push_back(value);
         return *this;
     }
-    ByteBuilder& u16(std::uint16_t value) {
-        return u8(value & 0xFF).u8(value >> 8);
-    }
+    ByteBuilder& u16(std::uint16_t value) { return u8(value & 0xFF).u8(value >> 8); }
     ByteBuilder& i32(std::int32_t value) { return u32(static_cast<std::uint32_t>(value)); }
     ByteBuilder& u32(std::uint32_t value) {
         for (int shift = 0; shift < 32; shift += 8) {
@@ -53,7 +51,7 @@ public:
     std::size_t size() const { return m_bytes.size(); }
     const std::vector<BYTE>& bytes() const { return m_bytes; }
 
-private:
+  private:
     ByteBuilder& lengthPrefix(std::uint64_t length);
 
     std::vector<BYTE> m_bytes;

@@ -61,7 +61,8 @@ std::vector<BYTE> storeToBytes(const std::function<void(CArchive&)>& write) {
     return file.Data();
 }
 
-std::size_t loadFromBytes(const std::vector<BYTE>& bytes, const std::function<void(CArchive&)>& read) {
+std::size_t loadFromBytes(const std::vector<BYTE>& bytes,
+                          const std::function<void(CArchive&)>& read) {
     CMemFile file(bytes.data(), static_cast<UINT>(bytes.size()));
     {
         CArchive ar(&file, CArchive::load);

@@ -18,7 +18,7 @@ namespace fluxgrid::test {
 /// Records every message box shown while it lives, answering each with
 /// `answer`; restores the previous handler when it goes.
 class MessageBoxRecorder {
-public:
+  public:
     struct Box {
         std::string text;
         UINT type;
@@ -34,7 +34,7 @@ public:
     std::vector<std::string> texts() const;
     void setAnswer(int answer) { m_answer = answer; }
 
-private:
+  private:
     std::vector<Box> m_boxes;
     int m_answer;
     AfxMessageBoxHandler m_previous;
@@ -43,7 +43,7 @@ private:
 /// A file in memory that hands out at most `piece` bytes per read, like a
 /// slow pipe, so that reads cross the archive's buffer boundaries.
 class TrickleFile : public CFile {
-public:
+  public:
     TrickleFile(std::vector<BYTE> bytes, UINT piece) : m_bytes(std::move(bytes)), m_piece(piece) {}
     UINT Read(void* buffer, UINT count) override;
     void Write(const void* buffer, UINT count) override;
@@ -53,7 +53,7 @@ public:
     void Close() override {}
     const std::vector<BYTE>& bytes() const { return m_bytes; }
 
-private:
+  private:
     std::vector<BYTE> m_bytes;
     UINT m_piece;
     std::size_t m_position = 0;
@@ -64,7 +64,8 @@ std::vector<BYTE> storeToBytes(const std::function<void(CArchive&)>& write);
 
 /// Loads `bytes` through `read` from a memory file; returns how many bytes
 /// the read took.
-std::size_t loadFromBytes(const std::vector<BYTE>& bytes, const std::function<void(CArchive&)>& read);
+std::size_t loadFromBytes(const std::vector<BYTE>& bytes,
+                          const std::function<void(CArchive&)>& read);
 
 inline std::uint64_t bitsOf(double value) {
     return std::bit_cast<std::uint64_t>(value);

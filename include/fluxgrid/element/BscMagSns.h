@@ -8,7 +8,7 @@
 #include <fluxgrid/platform/CString.h>
 
 class CBscMagSns {
-public:
+  public:
     /// Name "None", `unitScale` 1.0, every other number 0.
     CBscMagSns();
     CBscMagSns(const CBscMagSns&) = default;
@@ -42,8 +42,8 @@ public:
     static int spherical2Cartesian(double r, double a, double b, double& x, double& y, double& z,
                                    bool normalize);
     /// a is the polar angle from +Y, b the azimuth.
-    static int spherical2CartesianVSM(double r, double a, double b, double& x, double& y,
-                                      double& z, bool normalize);
+    static int spherical2CartesianVSM(double r, double a, double b, double& x, double& y, double& z,
+                                      bool normalize);
     /// Azimuthal equidistant flattening about +Z; 108 degrees from +Z lands
     /// on the unit circle.
     static int flatten3Dto2D(double x, double y, double z, double& u, double& v);
@@ -71,7 +71,7 @@ public:
     double coilAuxValue2;
     double coilAuxValue3;
 
-private:
+  private:
     // The earlier orientation routine, with +Z as its reference; kept for
     // the record and called by nothing in the library.
     int orient2DirXYZW_VctXYRD_bk();
@@ -80,6 +80,6 @@ private:
 
 /// The final class of the sensing element; adds nothing.
 class CBscMagSnsqv : public CBscMagSns {
-public:
+  public:
     CBscMagSnsqv() = default;
 };

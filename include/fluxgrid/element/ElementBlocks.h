@@ -14,6 +14,7 @@
 #include <fluxgrid/platform/Archive.h>
 
 #include <array>
+#include <cstring>
 #include <span>
 
 namespace fluxgrid::element {
@@ -34,7 +35,22 @@ inline std::array<double*, 9> wideColumns(CBscMagSns& e) {
             e.auxRows[0], e.auxRows[1], e.auxRows[2], e.auxRows[3]};
 }
 
+/// Encodes `value` little-endian at `bytes`.
+inline void encodeDouble(BYTE* bytes, double value) {
+    value = fluxgrid::detail::toLittleEndian(value);
+    std::memcpy(bytes, &value, sizeof value);
+}
+
 inline void storeGroups(CArchive& ar, std::span<double* const> columns) {
+    if (BYTE* bytes = ar.PutWindow(4 * columns.size() * sizeof(double))) {
+        for (int i = 0; i < 4; ++i) {
+            for (double* column : columns) {
+                encodeDouble(bytes, column[i]);
+                bytes += sizeof(double);
+            }
+        }
+        return;
+    }
     for (int i = 0; i < 4; ++i) {
         for (double* column : columns) {
             ar << column[i];
@@ -43,6 +59,16 @@ inline void storeGroups(CArchive& ar, std::span<double* const> columns) {
 }
 
 inline void loadGroups(CArchive& ar, std::span<double* const> columns) {
+    using fluxgrid::detail::decodeLittleEndian;
+    if (const BYTE* bytes = ar.TakeWindow(4 * columns.size() * sizeof(double))) {
+        for (int i = 0; i < 4; ++i) {
+            for (double* column : columns) {
+                column[i] = decodeLittleEndian<double>(bytes);
+                bytes += sizeof(double);
+            }
+        }
+        return;
+    }
     for (int i = 0; i < 4; ++i) {
         for (double* column : columns) {
             ar >> column[i];
@@ -51,6 +77,16 @@ inline void loadGroups(CArchive& ar, std::span<double* const> columns) {
 }
 
 inline void storePairs(CArchive& ar, const PairTable& table) {
+    if (BYTE* bytes = ar.PutWindow(12 * 3 * 2 * sizeof(double))) {
+        for (int g = 0; g < 12; ++g) {
+            for (int j = 0; j < 3; ++j) {
+                encodeDouble(bytes, table[g][1][j]);
+                encodeDouble(bytes + sizeof(double), table[g][0][j]);
+                bytes += 2 * sizeof(double);
+            }
+        }
+        return;
+    }
     for (int g = 0; g < 12; ++g) {
         for (int j = 0; j < 3; ++j) {
             ar << table[g][1][j];
@@ -60,6 +96,17 @@ inline void storePairs(CArchive& ar, const PairTable& table) {
 }
 
 inline void loadPairs(CArchive& ar, PairTable& table) {
+    using fluxgrid::detail::decodeLittleEndian;
+    if (const BYTE* bytes = ar.TakeWindow(12 * 3 * 2 * sizeof(double))) {
+        for (int g = 0; g < 12; ++g) {
+            for (int j = 0; j < 3; ++j) {
+                table[g][1][j] = decodeLittleEndian<double>(bytes);
+                table[g][0][j] = decodeLittleEndian<double>(bytes + sizeof(double));
+                bytes += 2 * sizeof(double);
+            }
+        }
+        return;
+    }
     for (int g = 0; g < 12; ++g) {
         for (int j = 0; j < 3; ++j) {
             ar >> table[g][1][j];

@@ -25,7 +25,7 @@
 #include <fluxgrid/platform/Archive.h>
 
 class CMagCoil : public CBscMagSnsqv {
-public:
+  public:
     /// A reset coil named "Coil".
     CMagCoil();
     CMagCoil(const CMagCoil&) = default;
@@ -43,12 +43,12 @@ public:
     /// Scales position and area by 1000.0, for data of Neuromag systems.
     int convertNeuromagM2mm();
 
-private:
+  private:
     int convertUnits(double factor);
 };
 
 class CMagCoil09File : public CMagCoil {
-public:
+  public:
     CMagCoil09File() = default;
     CMagCoil09File(const CMagCoil09File&) = default;
     CMagCoil09File& operator=(const CMagCoil09File&) = default;
@@ -57,7 +57,7 @@ public:
     /// Returns 1 after an unknown version: callers go on reading in place.
     int serializeqv(CArchive& ar);
 
-private:
+  private:
     int serialize20080102(CArchive& ar);
     int serialize20091117(CArchive& ar);
     int serialize20140513(CArchive& ar);
@@ -72,7 +72,7 @@ private:
 };
 
 class CMagCoilqv : public CMagCoil09File {
-public:
+  public:
     CMagCoilqv() = default;
     CMagCoilqv(const CMagCoilqv&) = default;
     /// Every field.

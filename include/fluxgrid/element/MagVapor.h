@@ -18,7 +18,7 @@
 #include <fluxgrid/platform/Archive.h>
 
 class CMagVapor : public CBscMagSnsqv {
-public:
+  public:
     /// A reset cell named "OPM".
     CMagVapor();
     CMagVapor(const CMagVapor&) = default;
@@ -36,7 +36,7 @@ public:
 };
 
 class CMagVapor09File : public CMagVapor {
-public:
+  public:
     CMagVapor09File() = default;
     CMagVapor09File(const CMagVapor09File&) = default;
     CMagVapor09File& operator=(const CMagVapor09File&) = default;
@@ -45,13 +45,13 @@ public:
     /// after an unknown version, as the coil does.
     int serializeqv(CArchive& ar);
 
-private:
+  private:
     int serialize20190121(CArchive& ar);
     int serialize20211230(CArchive& ar);
 };
 
 class CMagVaporqv : public CMagVapor09File {
-public:
+  public:
     CMagVaporqv() = default;
     CMagVaporqv(const CMagVaporqv&) = default;
     /// Copies the geometry, the name and the cell's own filed fields only.

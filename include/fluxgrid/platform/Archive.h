@@ -13,11 +13,17 @@
 #include <bit>
 #include <concepts>
 #include <cstring>
+#include <string_view>
 
 namespace fluxgrid::detail {
+/// Decodes a little-endian value at `bytes`.
+template <class T>
+inline T decodeLittleEndian(const BYTE* bytes);
+
 template <class T>
 inline T toLittleEndian(T value) {
-    static_assert(std::endian::native == std::endian::little || std::endian::native == std::endian::big);
+    static_assert(std::endian::native == std::endian::little ||
+                  std::endian::native == std::endian::big);
     if constexpr (std::endian::native == std::endian::big && sizeof(T) > 1) {
         auto bytes = std::bit_cast<std::array<BYTE, sizeof(T)>>(value);
         for (std::size_t i = 0; i < sizeof(T) / 2; ++i) {
@@ -28,10 +34,16 @@ inline T toLittleEndian(T value) {
         return value;
     }
 }
+template <class T>
+inline T decodeLittleEndian(const BYTE* bytes) {
+    T value;
+    std::memcpy(&value, bytes, sizeof(T));
+    return toLittleEndian(value);
+}
 }  // namespace fluxgrid::detail
 
 class CArchive {
-public:
+  public:
     enum Mode : UINT { store = 0, load = 1 };
 
     /// A buffered stream over `file`. The archive neither opens nor closes
@@ -66,8 +78,10 @@ public:
     CArchive& operator<<(B value) {
         return put(static_cast<BYTE>(value ? 1 : 0));
     }
-    CArchive& operator<<(const CString& text);
-    CArchive& operator<<(const char16_t* text) { return *this << CString(text); }
+    CArchive& operator<<(const CString& text) { return WriteString(text.str()); }
+    CArchive& operator<<(const char16_t* text) { return WriteString(text); }
+    /// The wide string form of `text`.
+    CArchive& WriteString(std::u16string_view text);
 
     CArchive& operator>>(int& value) { return get(value); }
     CArchive& operator>>(UINT& value) { return get(value); }
@@ -79,13 +93,47 @@ public:
     /// Single bytes and words, for the string form's length prefix only.
     void WriteByte(BYTE value) { put(value); }
     void WriteWord(WORD value) { put(value); }
-    BYTE ReadByte();
-    WORD ReadWord();
     void WriteQuad(ULONGLONG value) { put(value); }
-    DWORD ReadDword();
-    ULONGLONG ReadQuad();
+    BYTE ReadByte() { return take<BYTE>(); }
+    WORD ReadWord() { return take<WORD>(); }
+    DWORD ReadDword() { return take<DWORD>(); }
+    ULONGLONG ReadQuad() { return take<ULONGLONG>(); }
 
-private:
+    /// Reads the payload of a string whose length prefix has been read.
+    CString ReadStringPayload(UINT_PTR length, int charSize);
+
+    /// For encoding a fixed block in one pass: makes room for the next
+    /// `count` bytes of a storing archive (at most the buffer's size) and
+    /// returns where they go; the caller fills all of them.
+    BYTE* PutWindow(std::size_t count) {
+        if (!IsStoring()) {
+            throwDirection(CArchiveException::readOnly);
+        }
+        if (count > m_bufferSize) {
+            return nullptr;
+        }
+        if (static_cast<std::size_t>(m_max - m_cur) < count) {
+            Flush();
+        }
+        BYTE* first = m_cur;
+        m_cur += count;
+        return first;
+    }
+
+    /// For decoding a fixed block in one pass: when a loading archive's
+    /// window already holds the next `count` bytes, takes them and returns
+    /// where they start; otherwise takes nothing and returns null, and the
+    /// caller loads value by value (which refills, or raises at the end).
+    const BYTE* TakeWindow(std::size_t count) {
+        if (!IsLoading() || static_cast<std::size_t>(m_max - m_cur) < count) {
+            return nullptr;
+        }
+        const BYTE* first = m_cur;
+        m_cur += count;
+        return first;
+    }
+
+  private:
     template <class T>
     CArchive& put(T value) {
         if (!IsStoring()) {
@@ -112,6 +160,13 @@ private:
         value = fluxgrid::detail::toLittleEndian(value);
         m_cur += sizeof(T);
         return *this;
+    }
+
+    template <class T>
+    T take() {
+        T value{};
+        get(value);
+        return value;
     }
 
     [[noreturn]] void throwDirection(int cause) const;

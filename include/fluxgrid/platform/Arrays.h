@@ -13,7 +13,7 @@ namespace fluxgrid::detail {
 /// The one implementation behind `CPtrArray` and `CStringArray`.
 template <class T>
 class CheckedArray {
-public:
+  public:
     INT_PTR GetSize() const { return static_cast<INT_PTR>(m_items.size()); }
     INT_PTR GetCount() const { return GetSize(); }
     INT_PTR GetUpperBound() const { return GetSize() - 1; }
@@ -56,7 +56,7 @@ public:
     auto begin() const { return m_items.begin(); }
     auto end() const { return m_items.end(); }
 
-private:
+  private:
     std::size_t checked(INT_PTR index) const {
         if (index < 0 || index >= GetSize()) {
             AfxThrowInvalidArgException();

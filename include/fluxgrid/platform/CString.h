@@ -12,7 +12,7 @@
 /// A UTF-16 string. Embedded zero code units are kept: the length is the
 /// number of 16-bit units held, never a search for a terminator.
 class CString {
-public:
+  public:
     CString() = default;
     /// UTF-8 text; malformed sequences become U+FFFD.
     CString(const char* utf8);
@@ -57,7 +57,7 @@ public:
         return a.m_text <=> b.m_text;
     }
 
-private:
+  private:
     std::u16string m_text;
 };
 

@@ -8,14 +8,14 @@
 #include <string>
 
 class CException : public std::exception {
-public:
+  public:
     const char* what() const noexcept override { return "CException"; }
 };
 
 /// Raised by an archive: a file that ends early, or a transfer against the
 /// archive's direction.
 class CArchiveException : public CException {
-public:
+  public:
     enum {
         none = 0,
         genericException = 1,
@@ -33,13 +33,13 @@ public:
     int m_cause;
     CString m_strFileName;
 
-private:
+  private:
     std::string m_what;
 };
 
 /// Raised by a disk file that cannot be opened, read or written.
 class CFileException : public CException {
-public:
+  public:
     enum { none = 0, genericException = 1, fileNotFound = 2, accessDenied = 5, diskFull = 14 };
 
     CFileException(int cause, int osError, CString fileName);
@@ -49,17 +49,17 @@ public:
     int m_lOsError;
     CString m_strFileName;
 
-private:
+  private:
     std::string m_what;
 };
 
 class CInvalidArgException : public CException {
-public:
+  public:
     const char* what() const noexcept override { return "invalid argument"; }
 };
 
 class CMemoryException : public CException {
-public:
+  public:
     const char* what() const noexcept override { return "out of memory"; }
 };
 

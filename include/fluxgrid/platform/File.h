@@ -10,7 +10,7 @@
 #include <vector>
 
 class CFile {
-public:
+  public:
     enum OpenFlags : UINT {
         modeRead = 0x0000,
         modeWrite = 0x0001,
@@ -51,17 +51,17 @@ public:
     /// Moves the position as if `count` bytes of the read view were read.
     virtual void ConsumeReadView(UINT_PTR count);
 
-protected:
+  protected:
     CString m_path;
 
-private:
+  private:
     int m_fd = -1;
 };
 
 /// A file in memory. Default-constructed it is empty and grows as it is
 /// written; built from bytes it holds a copy of them.
 class CMemFile : public CFile {
-public:
+  public:
     CMemFile() = default;
     CMemFile(const BYTE* data, UINT size);
 
@@ -78,7 +78,7 @@ public:
     const std::vector<BYTE>& Data() const { return m_data; }
     void SetLength(ULONGLONG length);
 
-private:
+  private:
     std::vector<BYTE> m_data;
     std::size_t m_position = 0;
 };

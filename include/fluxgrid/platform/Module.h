@@ -30,7 +30,7 @@ void AfxTermExtensionModule(AFX_EXTENSION_MODULE& state, BOOL bAll = FALSE);
 /// Joins a module to the framework's resource search. Once constructed it
 /// belongs to the framework, which releases it in `AfxTermExtensionModule`.
 class CDynLinkLibrary {
-public:
+  public:
     CDynLinkLibrary(AFX_EXTENSION_MODULE& state, BOOL bSystem = FALSE);
     CDynLinkLibrary(const CDynLinkLibrary&) = delete;
     CDynLinkLibrary& operator=(const CDynLinkLibrary&) = delete;

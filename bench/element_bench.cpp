@@ -1,0 +1,73 @@
+// One coil record (version 20211230) through a memory archive, beside a
+// plain copy of the same bytes.
+#include <fluxgrid/element/MagCoil.h>
+#include <fluxgrid/element/MagVapor.h>
+
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+template <class Element>
+std::vector<BYTE> storedRecord() {
+    Element element;
+    element.setCoilPosition(1.5, -2.5, 3.5);
+    element.getOriP4()[2] = 1.0;
+    element.orient2DirXYZW_VctXYRD();
+    CMemFile file;
+    {
+        CArchive ar(&file, CArchive::store);
+        element.serializeqv(ar);
+    }
+    return file.Data();
+}
+
+template <class Element>
+void store(benchmark::State& state) {
+    Element element;
+    for (auto _ : state) {
+        CMemFile file;
+        CArchive ar(&file, CArchive::store);
+        element.serializeqv(ar);
+        ar.Close();
+        benchmark::DoNotOptimize(file.GetLength());
+    }
+    state.SetBytesProcessed(state.iterations() *
+                            static_cast<int64_t>(storedRecord<Element>().size()));
+}
+
+template <class Element>
+void load(benchmark::State& state) {
+    const std::vector<BYTE> bytes = storedRecord<Element>();
+    CMemFile file(bytes.data(), static_cast<UINT>(bytes.size()));
+    Element element;
+    for (auto _ : state) {
+        file.SeekToBegin();
+        CArchive ar(&file, CArchive::load);
+        benchmark::DoNotOptimize(element.serializeqv(ar));
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes.size()));
+}
+
+template <class Element>
+void copyBytes(benchmark::State& state) {
+    const std::vector<BYTE> bytes = storedRecord<Element>();
+    std::vector<BYTE> target(bytes.size());
+    for (auto _ : state) {
+        std::memcpy(target.data(), bytes.data(), bytes.size());
+        benchmark::DoNotOptimize(target.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes.size()));
+}
+
+BENCHMARK(store<CMagCoilqv>)->Name("coil20211230/store");
+BENCHMARK(load<CMagCoilqv>)->Name("coil20211230/load");
+BENCHMARK(copyBytes<CMagCoilqv>)->Name("coil20211230/memcpy");
+BENCHMARK(store<CMagVaporqv>)->Name("vapor20211230/store");
+BENCHMARK(load<CMagVaporqv>)->Name("vapor20211230/load");
+BENCHMARK(copyBytes<CMagVaporqv>)->Name("vapor20211230/memcpy");
+
+}  // namespace
