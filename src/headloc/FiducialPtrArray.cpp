@@ -1,0 +1,73 @@
+#include <fluxgrid/headloc/FiducialPtrArray.h>
+#include <fluxgrid/platform/Exceptions.h>
+
+CFiducialPtrArray::CFiducialPtrArray() = default;
+
+CFiducialPtrArray::~CFiducialPtrArray() = default;
+
+INT_PTR CFiducialPtrArray::Add(CFiducialqv* object) {
+    // Owned from the first line on, so that a failing append releases it.
+    std::unique_ptr<CFiducialqv> owned(object);
+    if (!owned) {
+        return append(Element());
+    }
+    return append(Element(std::move(owned)));
+}
+
+INT_PTR CFiducialPtrArray::Add(HEAD_LOCATION_TRIAL* record) {
+    std::unique_ptr<HEAD_LOCATION_TRIAL> owned(record);
+    if (!owned) {
+        return append(Element());
+    }
+    return append(Element(std::move(owned)));
+}
+
+INT_PTR CFiducialPtrArray::Add(std::nullptr_t) {
+    return append(Element());
+}
+
+INT_PTR CFiducialPtrArray::append(Element element) {
+    m_items.push_back(std::move(element));
+    return GetSize() - 1;
+}
+
+HEAD_LOCATION_TRIAL* CFiducialPtrArray::GetRecordAt(INT_PTR index) const {
+    const Element& element = m_items[checked(index)];
+    if (const auto* record = std::get_if<std::unique_ptr<HEAD_LOCATION_TRIAL>>(&element)) {
+        return record->get();
+    }
+    return nullptr;
+}
+
+CFiducialqv* CFiducialPtrArray::GetFiducialAt(INT_PTR index) const {
+    const Element& element = m_items[checked(index)];
+    if (const auto* object = std::get_if<std::unique_ptr<CFiducialqv>>(&element)) {
+        return object->get();
+    }
+    if (const auto* record = std::get_if<std::unique_ptr<HEAD_LOCATION_TRIAL>>(&element)) {
+        return &(*record)->trialFiducial;
+    }
+    return nullptr;
+}
+
+void CFiducialPtrArray::ReleaseAt(INT_PTR index) {
+    m_items[checked(index)] = Element();
+}
+
+void CFiducialPtrArray::SetSize(INT_PTR newSize) {
+    if (newSize < 0) {
+        AfxThrowInvalidArgException();
+    }
+    m_items.resize(static_cast<std::size_t>(newSize));
+}
+
+void CFiducialPtrArray::RemoveAll() {
+    m_items.clear();
+}
+
+std::size_t CFiducialPtrArray::checked(INT_PTR index) const {
+    if (index < 0 || index >= GetSize()) {
+        AfxThrowInvalidArgException();
+    }
+    return static_cast<std::size_t>(index);
+}
