@@ -16,7 +16,6 @@ using fluxgrid::test::ByteBuilder;
 using fluxgrid::test::expectBlockFiledFieldsEq;
 using fluxgrid::test::fillBlock;
 using fluxgrid::test::loadFromBytes;
-using fluxgrid::test::MessageBoxRecorder;
 using fluxgrid::test::storeToBytes;
 
 constexpr std::uint64_t k1e17Bits = 0x4376345785D8A000ull;

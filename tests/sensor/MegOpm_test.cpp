@@ -16,7 +16,6 @@ using fluxgrid::test::ByteBuilder;
 using fluxgrid::test::expectBlockFiledFieldsEq;
 using fluxgrid::test::expectOpmFiledFieldsEq;
 using fluxgrid::test::expectVaporFiledFieldsEq;
-using fluxgrid::test::fillBlock;
 using fluxgrid::test::fillOpm;
 using fluxgrid::test::fillVapor;
 using fluxgrid::test::loadFromBytes;

@@ -18,7 +18,6 @@ using fluxgrid::test::ByteBuilder;
 using fluxgrid::test::expectBlockFiledFieldsEq;
 using fluxgrid::test::expectCoilFiledFieldsEq;
 using fluxgrid::test::expectSquidFiledFieldsEq;
-using fluxgrid::test::fillBlock;
 using fluxgrid::test::fillElement;
 using fluxgrid::test::fillSquid;
 using fluxgrid::test::loadFromBytes;
