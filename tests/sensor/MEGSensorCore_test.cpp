@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -24,11 +25,19 @@ using fluxgrid::test::MessageBoxRecorder;
 
 constexpr const char* kUnknownHardware = "Sensor hardware type is unknown: SQUID or OPM?";
 
+// The sensor's record of a kind; a record of any other kind fails the test
+// (the exception is reported by the test runner) instead of being misread.
 CMegSquidqv* squidOf(const CMEGSensor& s) {
+    if (fluxgrid::sensor::hardwareRecordKind(s.hardware) != 0) {
+        throw std::logic_error("the sensor holds no SQUID record");
+    }
     return static_cast<CMegSquidqv*>(s.hardware.get());
 }
 
 CMegOpmqv* opmOf(const CMEGSensor& s) {
+    if (fluxgrid::sensor::hardwareRecordKind(s.hardware) != 1) {
+        throw std::logic_error("the sensor holds no OPM record");
+    }
     return static_cast<CMegOpmqv*>(s.hardware.get());
 }
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,11 +19,19 @@ namespace {
 using fluxgrid::sensor::hardwareRecordKind;
 using fluxgrid::sensor::makeHardwareRecord;
 
+// The sensor's record of a kind; a record of any other kind fails the test
+// (the exception is reported by the test runner) instead of being misread.
 CMegSquidqv* squidOf(const CMEGSensor& s) {
+    if (fluxgrid::sensor::hardwareRecordKind(s.hardware) != 0) {
+        throw std::logic_error("the sensor holds no SQUID record");
+    }
     return static_cast<CMegSquidqv*>(s.hardware.get());
 }
 
 CMegOpmqv* opmOf(const CMEGSensor& s) {
+    if (fluxgrid::sensor::hardwareRecordKind(s.hardware) != 1) {
+        throw std::logic_error("the sensor holds no OPM record");
+    }
     return static_cast<CMegOpmqv*>(s.hardware.get());
 }
 

@@ -1,0 +1,1163 @@
+// The sensor file "MEGSENSORQV": golden bytes of every version built here
+// byte by byte from the layout tables, the refused version 20190201, the
+// record flag and type rules, migration of the old versions, and a
+// truncation sweep.
+#include <fluxgrid/sensor/MEGSensor.h>
+
+#include "support/ByteBuilder.h"
+#include "support/ElementRecords.h"
+#include "support/HardwareRecords.h"
+#include "support/Harness.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace fluxgrid::test {
+
+// Reaches the bodies that the file entry keeps to itself.
+struct MEGSensorFilePeer {
+    static int serialize20190201(CMEGSensor09File& s, CArchive& ar) {
+        return s.serialize20190201(ar);
+    }
+    static int serialize20140513(CMEGSensor09File& s, CArchive& ar) {
+        return s.serialize20140513(ar);
+    }
+    static int serialize20091117(CMEGSensor09File& s, CArchive& ar) {
+        return s.serialize20091117(ar);
+    }
+    static int serialize20080101(CMEGSensor09File& s, CArchive& ar) {
+        return s.serialize20080101(ar);
+    }
+};
+
+}  // namespace fluxgrid::test
+
+namespace {
+
+using fluxgrid::sensor::hardwareRecordKind;
+using fluxgrid::sensor::makeHardwareRecord;
+using fluxgrid::test::ByteBuilder;
+using fluxgrid::test::loadFromBytes;
+using fluxgrid::test::MEGSensorFilePeer;
+using fluxgrid::test::MessageBoxRecorder;
+using fluxgrid::test::sampleDouble;
+using fluxgrid::test::sampleInt;
+using fluxgrid::test::storeToBytes;
+
+constexpr const char* kNotSensorFile = "The opened file is not MEG sensor file or corrupted!";
+constexpr const char* kWrongFileFormat = "Wrong file format!!?";
+constexpr const char* kNotMegFile = "The opened file is not MEG file or corrupted!";
+constexpr std::size_t kFrameSize = 30;
+
+// The sensor's record of a kind; a record of any other kind fails the test
+// (the exception is reported by the test runner) instead of being misread.
+CMegSquidqv* squidOf(const CMEGSensor& s) {
+    if (fluxgrid::sensor::hardwareRecordKind(s.hardware) != 0) {
+        throw std::logic_error("the sensor holds no SQUID record");
+    }
+    return static_cast<CMegSquidqv*>(s.hardware.get());
+}
+
+CMegOpmqv* opmOf(const CMEGSensor& s) {
+    if (fluxgrid::sensor::hardwareRecordKind(s.hardware) != 1) {
+        throw std::logic_error("the sensor holds no OPM record");
+    }
+    return static_cast<CMegOpmqv*>(s.hardware.get());
+}
+
+// ---------------------------------------------------------------------------
+// Values.
+
+std::u16string numbered(const char16_t* stem, int seed) {
+    return std::u16string(stem) + static_cast<char16_t>(u'0' + seed % 10);
+}
+
+// Every field of the sensor and its base a distinct value.
+void fillSensor(CMEGSensor& s, int seed) {
+    int field = 600;
+    s.geomWordA = sampleInt(seed, field++);
+    s.geomWordB = sampleInt(seed, field++);
+    s.geomWordC = sampleInt(seed, field++);
+    s.geomFlag = sampleInt(seed, field++);
+    s.geomTextA = CString(numbered(u"GeomA", seed));
+    s.geomTailA = sampleInt(seed, field++);
+    s.backupNo = sampleInt(seed, field++);
+    s.snsRawName = CString(numbered(u"Raw", seed));
+    s.snsShowName = CString(numbered(u"MLC1", seed));
+    s.snsAuxName = CString(numbered(u"Aux", seed));
+    s.snsAuxNo = sampleInt(seed, field++);
+    s.snsFileNo = sampleInt(seed, field++);
+    s.sensorType = sampleInt(seed, field++);
+    for (int i = 0; i < 4; ++i) {
+        s.snsPos4[i] = sampleDouble(seed, field++);
+        s.snsOri4[i] = sampleDouble(seed, field++);
+        s.locSph[i] = sampleDouble(seed, field++);
+    }
+    s.w12Evaluate = sampleInt(seed, field++);
+    s.w12AuxNo = sampleInt(seed, field++);
+    s.coefAuxNo = sampleInt(seed, field++);
+    for (double& v : s.w12Values) {
+        v = sampleDouble(seed, field++);
+    }
+}
+
+void expectSensorFieldsEq(const CMEGSensor& e, const CMEGSensor& a) {
+    EXPECT_EQ(e.geomFlag, a.geomFlag);
+    EXPECT_EQ(e.backupNo, a.backupNo);
+    EXPECT_EQ(e.snsRawName, a.snsRawName);
+    EXPECT_EQ(e.snsShowName, a.snsShowName);
+    EXPECT_EQ(e.snsAuxName, a.snsAuxName);
+    EXPECT_EQ(e.snsAuxNo, a.snsAuxNo);
+    EXPECT_EQ(e.snsFileNo, a.snsFileNo);
+    EXPECT_EQ(e.sensorType, a.sensorType);
+    EXPECT_EQ(e.hardwareType, a.hardwareType);
+    for (int i = 0; i < 4; ++i) {
+        SCOPED_TRACE("row " + std::to_string(i));
+        EXPECT_BITS_EQ(e.snsPos4[i], a.snsPos4[i]);
+        EXPECT_BITS_EQ(e.snsOri4[i], a.snsOri4[i]);
+        EXPECT_BITS_EQ(e.locSph[i], a.locSph[i]);
+    }
+    EXPECT_EQ(e.w12Evaluate, a.w12Evaluate);
+    EXPECT_EQ(e.w12AuxNo, a.w12AuxNo);
+    EXPECT_EQ(e.coefAuxNo, a.coefAuxNo);
+    for (int i = 0; i < 12; ++i) {
+        SCOPED_TRACE("w12Values " + std::to_string(i));
+        EXPECT_BITS_EQ(e.w12Values[i], a.w12Values[i]);
+    }
+    // The base fields that no file holds.
+    EXPECT_EQ(e.geomWordA, a.geomWordA);
+    EXPECT_EQ(e.geomTextA, a.geomTextA);
+    EXPECT_EQ(e.geomTailA, a.geomTailA);
+}
+
+// ---------------------------------------------------------------------------
+// Golden bytes, field by field from the layout tables.
+
+void appendFrame(ByteBuilder& out, int version) {
+    out.wide(u"MEGSENSORQV");  // 0: FF FE FF 0B and 22 bytes of text
+    out.i32(version);          // 26
+}
+
+void appendStrings(ByteBuilder& out, const CMEGSensor& s) {
+    out.wide(s.snsRawName.str());
+    out.wide(s.snsShowName.str());
+    out.wide(s.snsAuxName.str());
+}
+
+// Body of 20200210 (with geomFlag) or 20190201 (without), through
+// `hardwareType`; offsets as in 20200210.
+void appendRecordBodyHead(ByteBuilder& out, const CMEGSensor& s, bool withGeomFlag,
+                          int hardwareType) {
+    if (withGeomFlag) {
+        out.i32(s.geomFlag);  // 0
+    }
+    out.i32(s.backupNo);           // 4
+    appendStrings(out, s);         // 8
+    out.i32(s.snsFileNo);          // B+0
+    out.i32(s.sensorType);         // B+4
+    out.i32(s.snsAuxNo);           // B+8
+    for (int i = 0; i < 4; ++i) {  // B+12: rows of 24 bytes
+        out.f64(s.snsPos4[i]);
+        out.f64(s.snsOri4[i]);
+        out.f64(s.locSph[i]);
+    }
+    out.i32(s.w12Evaluate);         // B+108
+    out.i32(s.w12AuxNo);            // B+112
+    out.i32(s.coefAuxNo);           // B+116
+    for (double v : s.w12Values) {  // B+120: 96 bytes
+        out.f64(v);
+    }
+    out.i32(hardwareType);  // B+216
+}
+
+std::vector<BYTE> body20200210(const CMEGSensor& s, int hardwareType, int flag,
+                               const std::vector<BYTE>& nested) {
+    ByteBuilder out;
+    appendRecordBodyHead(out, s, true, hardwareType);
+    out.i32(flag);    // B+220
+    out.raw(nested);  // B+224
+    return out.bytes();
+}
+
+std::vector<BYTE> file20200210(const CMEGSensor& s, int hardwareType, int flag,
+                               const std::vector<BYTE>& nested) {
+    ByteBuilder out;
+    appendFrame(out, 20200210);
+    out.raw(body20200210(s, hardwareType, flag, nested));
+    return out.bytes();
+}
+
+std::vector<BYTE> body20190201(const CMEGSensor& s, int hardwareType, int flag,
+                               const std::vector<BYTE>& nested) {
+    ByteBuilder out;
+    appendRecordBodyHead(out, s, false, hardwareType);
+    out.i32(flag);
+    out.raw(nested);
+    return out.bytes();
+}
+
+std::vector<BYTE> file20190201(const CMEGSensor& s, int hardwareType, int flag,
+                               const std::vector<BYTE>& nested) {
+    ByteBuilder out;
+    appendFrame(out, 20190201);
+    out.raw(body20190201(s, hardwareType, flag, nested));
+    return out.bytes();
+}
+
+// The six-column rows of the old bodies.
+void appendWideRows(ByteBuilder& out, const CMEGSensor& s, const CMegGrdBsc& r) {
+    for (int i = 0; i < 4; ++i) {  // rows of 44 bytes
+        out.f64(s.snsPos4[i]);
+        out.f64(s.snsOri4[i]);
+        out.f64(s.locSph[i]);
+        out.f64(r.auxVectorA[i]);
+        out.f64(r.auxVectorB[i]);
+        out.i32(r.auxFlags[i]);
+    }
+}
+
+void appendInlineCoils(ByteBuilder& out, const CMegSquid& r) {
+    for (int i = 0; i < 8; ++i) {
+        fluxgrid::test::appendCoilRecord20211230(out, r.coilDewar[i]);
+        fluxgrid::test::appendCoilRecord20211230(out, r.coilHead[i]);
+        fluxgrid::test::appendCoilRecord20211230(out, r.coilWork[i]);
+    }
+}
+
+std::vector<BYTE> body20140513(const CMEGSensor& s, const CMegSquid& r) {
+    ByteBuilder out;
+    out.i32(s.backupNo);               // 0
+    appendStrings(out, s);             // 4
+    out.i32(s.snsFileNo);              // B+0
+    out.i32(s.sensorType);             // B+4
+    out.i32(r.hardwareNo);             // B+8
+    out.f64(r.neuromagFactor);         // B+12
+    out.f64(r.gainOffset);             // B+20
+    out.f64(r.scaleConstant);          // B+28
+    out.f64(r.properGain);             // B+36
+    out.f64(r.secondGain);             // B+44
+    out.f64(r.thirdGain);              // B+52
+    out.f64(r.totalGain);              // B+60
+    out.i32(r.gradOrderNo);            // B+68
+    out.i32(r.gradAuxNo);              // B+72
+    out.boolean(r.realIdealCoefMode);  // B+76
+    out.boolean(r.adaptiveBalance);    // B+77
+    out.f64(r.auxValue1);              // B+78
+    out.f64(r.auxValue2);              // B+86
+    out.i32(s.snsAuxNo);               // B+94
+    appendWideRows(out, s, r);         // B+98: 176 bytes
+    out.i32(s.w12Evaluate);            // B+274
+    out.i32(s.w12AuxNo);               // B+278
+    out.i32(s.coefAuxNo);              // B+282
+    for (double v : s.w12Values) {     // B+286: 96 bytes
+        out.f64(v);
+    }
+    out.i32(r.totalCoils);      // B+382
+    out.i32(r.currentCoilID);   // B+386
+    appendInlineCoils(out, r);  // B+390
+    return out.bytes();
+}
+
+// Bodies of 20080101 and 20091117. `firstSensorType` is the first of the
+// two occurrences; the sensor's own value goes into the second.
+std::vector<BYTE> body2008(int version, const CMEGSensor& s, const CMegSquid& r,
+                           int firstSensorType, std::uint64_t reservedBits) {
+    ByteBuilder out;
+    appendStrings(out, s);             // 0
+    out.i32(s.backupNo);               // B+0
+    out.i32(firstSensorType);          // B+4
+    out.i32(r.hardwareNo);             // B+8
+    out.f64(r.properGain);             // B+12
+    out.f64(r.secondGain);             // B+20
+    out.f64(r.thirdGain);              // B+28
+    out.f64(r.gainOffset);             // B+36
+    out.i32(r.totalCoils);             // B+44
+    out.i32(r.currentCoilID);          // B+48
+    out.i32(r.gradOrderNo);            // B+52
+    out.i32(r.gradAuxNo);              // B+56
+    out.f64(r.scaleConstant);          // B+60
+    out.f64(r.totalGain);              // B+68
+    out.boolean(r.realIdealCoefMode);  // B+76
+    out.boolean(r.adaptiveBalance);    // B+77
+    out.i32(s.sensorType);             // B+78: the second sensorType
+    out.u64(reservedBits);             // B+82: reserved double
+    out.f64(r.auxValue1);              // B+90
+    out.f64(r.auxValue2);              // B+98
+    out.i32(s.snsAuxNo);               // B+106
+    appendWideRows(out, s, r);         // B+110: 176 bytes
+    appendInlineCoils(out, r);         // B+286
+    if (version == 20091117) {
+        out.i32(s.coefAuxNo);
+        for (double v : s.w12Values) {
+            out.f64(v);
+        }
+    }
+    return out.bytes();
+}
+
+std::vector<BYTE> withFrame(int version, const std::vector<BYTE>& body) {
+    ByteBuilder out;
+    appendFrame(out, version);
+    out.raw(body);
+    return out.bytes();
+}
+
+std::vector<BYTE> oldFile(int version, const CMEGSensor& s, const CMegSquid& r) {
+    if (version == 20140513) {
+        return withFrame(version, body20140513(s, r));
+    }
+    return withFrame(version, body2008(version, s, r, s.sensorType + 1, 0));
+}
+
+std::int32_t int32At(const std::vector<BYTE>& bytes, std::size_t offset) {
+    std::uint32_t v = 0;
+    for (int k = 3; k >= 0; --k) {
+        v = (v << 8) | bytes.at(offset + k);
+    }
+    return static_cast<std::int32_t>(v);
+}
+
+// Loads `bytes` through the file entry; returns the entry's result and
+// records how many bytes it took.
+int loadFile(CMEGSensor09File& s, const std::vector<BYTE>& bytes, std::size_t* taken = nullptr) {
+    int result = -1;
+    const std::size_t used =
+        loadFromBytes(bytes, [&](CArchive& ar) { result = s.serializeqv(ar); });
+    if (taken != nullptr) {
+        *taken = used;
+    }
+    return result;
+}
+
+std::vector<BYTE> storeFile(CMEGSensor09File& s, int* result = nullptr) {
+    int r = -1;
+    std::vector<BYTE> bytes = storeToBytes([&](CArchive& ar) { r = s.serializeqv(ar); });
+    if (result != nullptr) {
+        *result = r;
+    }
+    return bytes;
+}
+
+// A sensor with a SQUID record of its own, used as the target of loads, so
+// that what a version does not hold shows as what stayed.
+void makeUsedSquidSensor(CMEGSensorqv& s) {
+    fillSensor(s, 8);
+    s.hardwareType = 0;
+    s.hardware = makeHardwareRecord(0);
+    fluxgrid::test::fillSquid(*squidOf(s), 8);
+}
+
+// ---------------------------------------------------------------------------
+// The file of a new sensor.
+
+TEST(MEGSensorFile, NewSensorStoresExactlyThreeHundredBytes) {
+    ByteBuilder golden;
+    golden.u8(0xFF).u8(0xFE).u8(0xFF).u8(0x0B);  // 0: wide tag, length 11
+    for (char16_t c : std::u16string(u"MEGSENSORQV")) {
+        golden.u16(c);  // 4
+    }
+    golden.u8(0x12).u8(0x3B).u8(0x34).u8(0x01);  // 26: 20200210
+    golden.i32(1);                               // 30: geomFlag
+    golden.i32(0);                               // 34: backupNo
+    golden.u8(0xFF).u8(0xFE).u8(0xFF).u8(6);     // 38: "SnsRaw"
+    for (char16_t c : std::u16string(u"SnsRaw")) {
+        golden.u16(c);
+    }
+    golden.u8(0xFF).u8(0xFE).u8(0xFF).u8(7);  // 54: "SnsShow"
+    for (char16_t c : std::u16string(u"SnsShow")) {
+        golden.u16(c);
+    }
+    golden.u8(0xFF).u8(0xFE).u8(0xFF).u8(0);  // 72: empty snsAuxName
+    golden.i32(0);                            // 76: snsFileNo
+    golden.i32(0);                            // 80: sensorType
+    golden.i32(0);                            // 84: snsAuxNo
+    for (int k = 0; k < 12; ++k) {
+        golden.u64(0);  // 88: rows
+    }
+    golden.i32(0);  // 184: w12Evaluate
+    golden.i32(0);  // 188: w12AuxNo
+    golden.i32(0);  // 192: coefAuxNo
+    for (int k = 0; k < 12; ++k) {
+        golden.u64(0);  // 196: w12Values
+    }
+    golden.u8(0xFF).u8(0xFF).u8(0xFF).u8(0xFF);  // 292: hardwareType -1
+    golden.u8(0).u8(0).u8(0).u8(0);              // 296: no record
+    ASSERT_EQ(golden.size(), 300u);
+
+    CMEGSensorqv s;
+    int result = -1;
+    const std::vector<BYTE> bytes = storeFile(s, &result);
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(bytes.size(), 300u);
+    EXPECT_BYTES_EQ(golden.bytes(), bytes);
+    const std::vector<BYTE> tail(bytes.end() - 8, bytes.end());
+    EXPECT_EQ(tail, (std::vector<BYTE>{0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0}));
+}
+
+TEST(MEGSensorFile, NewSensorFileLoadedIntoASensorWithARecordLeavesNoRecord) {
+    CMEGSensorqv fresh;
+    const std::vector<BYTE> bytes = storeFile(fresh);
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    s.geomFlag = 9;
+    const std::weak_ptr<CMegGrdBscqv> oldRecord = s.hardware;
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, bytes, &taken), 1);
+    EXPECT_EQ(taken, 300u);
+    EXPECT_EQ(s.hardware, nullptr);
+    EXPECT_EQ(s.hardwareType, -1);
+    EXPECT_EQ(s.geomFlag, 1);
+    EXPECT_TRUE(oldRecord.expired());
+    EXPECT_EQ(s.snsShowName, "SnsShow");
+    EXPECT_TRUE(s.snsAuxName.IsEmpty());
+}
+
+// ---------------------------------------------------------------------------
+// Version 20200210.
+
+TEST(MEGSensorFile, Golden20200210WithoutRecordLoadsAndStoresByteForByte) {
+    CMEGSensorqv source;
+    fillSensor(source, 1);
+    const std::vector<BYTE> golden = file20200210(source, -1, 0, {});
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, golden, &taken), 1);
+    EXPECT_EQ(taken, golden.size());
+    CMEGSensorqv expected;
+    fillSensor(expected, 1);
+    expected.geomWordA = s.geomWordA;  // base words other than geomFlag are not filed
+    expected.geomTextA = s.geomTextA;
+    expected.geomTailA = s.geomTailA;
+    expected.hardwareType = -1;
+    expectSensorFieldsEq(expected, s);
+    EXPECT_EQ(s.hardware, nullptr);
+    int result = -1;
+    EXPECT_BYTES_EQ(golden, storeFile(s, &result));
+    EXPECT_EQ(result, 1);
+}
+
+TEST(MEGSensorFile, Golden20200210WithSquidRecordLoadsAndStoresByteForByte) {
+    CMEGSensorqv source;
+    fillSensor(source, 2);
+    CMegSquidqv record;
+    fluxgrid::test::fillSquid(record, 2);
+    const std::vector<BYTE> golden =
+        file20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
+
+    MessageBoxRecorder boxes;
+    CMEGSensorqv s;
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, golden, &taken), 1);
+    EXPECT_EQ(taken, golden.size());
+    EXPECT_TRUE(boxes.texts().empty());
+    EXPECT_EQ(s.hardwareType, 0);
+    ASSERT_NE(s.getBscSns(), nullptr);
+    EXPECT_EQ(hardwareRecordKind(s.hardware), 0);
+    fluxgrid::test::expectSquidFiledFieldsEq(record, *squidOf(s));
+    EXPECT_TRUE(squidOf(s)->hardwareName.IsEmpty());
+    EXPECT_EQ(s.getTotalCoils(), 3);
+    EXPECT_EQ(s.getCurrentCoilID(), 2);
+    EXPECT_EQ(s.geomFlag, source.geomFlag);
+    EXPECT_EQ(s.snsFileNo, source.snsFileNo);
+    EXPECT_BITS_EQ(source.w12Values[11], s.w12Values[11]);
+
+    int result = -1;
+    EXPECT_BYTES_EQ(golden, storeFile(s, &result));
+    EXPECT_EQ(result, 1);
+}
+
+TEST(MEGSensorFile, Golden20200210WithOpmRecordLoadsAndStoresByteForByte) {
+    CMEGSensorqv source;
+    fillSensor(source, 3);
+    CMegOpmqv record;
+    fluxgrid::test::fillOpm(record, 3);
+    const std::vector<BYTE> golden =
+        file20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(record));
+
+    MessageBoxRecorder boxes;
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    EXPECT_EQ(loadFile(s, golden), 1);
+    EXPECT_TRUE(boxes.texts().empty());
+    EXPECT_EQ(s.hardwareType, 1);
+    ASSERT_NE(s.getBscSns(), nullptr);
+    EXPECT_EQ(hardwareRecordKind(s.hardware), 1);
+    fluxgrid::test::expectOpmFiledFieldsEq(record, *opmOf(s));
+    EXPECT_EQ(s.getTotalCoils(), 5);
+    EXPECT_EQ(s.snsShowName, source.snsShowName);
+
+    int result = -1;
+    EXPECT_BYTES_EQ(golden, storeFile(s, &result));
+    EXPECT_EQ(result, 1);
+}
+
+TEST(MEGSensorFile, BareBody20200210IsThePublicBodyWithoutTheFrame) {
+    CMEGSensorqv source;
+    fillSensor(source, 4);
+    CMegSquidqv record;
+    fluxgrid::test::fillSquid(record, 4);
+    const std::vector<BYTE> body =
+        body20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
+    CMEGSensorqv s;
+    int result = -1;
+    const std::size_t taken =
+        loadFromBytes(body, [&](CArchive& ar) { result = s.serialize20200210(ar); });
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(taken, body.size());
+    fluxgrid::test::expectSquidFiledFieldsEq(record, *squidOf(s));
+    result = -1;
+    EXPECT_BYTES_EQ(body, storeToBytes([&](CArchive& ar) { result = s.serialize20200210(ar); }));
+    EXPECT_EQ(result, 1);
+}
+
+TEST(MEGSensorFile, TypeSevenWithFlagOneLoadsWithoutReadingBehindTheFlag) {
+    CMEGSensorqv source;
+    fillSensor(source, 5);
+    std::vector<BYTE> bytes = file20200210(source, 7, 1, {});
+    const std::size_t fileEnd = bytes.size();
+    bytes.push_back(0xAB);  // what follows the flag is not read
+    bytes.push_back(0xCD);
+    MessageBoxRecorder boxes;
+    CMEGSensorqv s;
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, bytes, &taken), 1);
+    EXPECT_EQ(taken, fileEnd);
+    EXPECT_EQ(s.hardwareType, 7);
+    EXPECT_EQ(s.hardware, nullptr);
+    EXPECT_TRUE(boxes.texts().empty());
+}
+
+TEST(MEGSensorFile, TypeOneWithFlagZeroGivesAnOpmSensorWithoutRecord) {
+    CMEGSensorqv source;
+    fillSensor(source, 6);
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    EXPECT_EQ(loadFile(s, file20200210(source, 1, 0, {})), 1);
+    EXPECT_EQ(s.hardwareType, 1);
+    EXPECT_EQ(s.hardware, nullptr);
+    EXPECT_EQ(s.getTotalCoils(), -1);
+    EXPECT_EQ(s.getBscSns(), nullptr);
+}
+
+TEST(MEGSensorFile, TypeZeroWithFlagTwoReadsANestedSquidRecord) {
+    CMEGSensorqv source;
+    fillSensor(source, 7);
+    CMegSquidqv record;
+    fluxgrid::test::fillSquid(record, 7);
+    const std::vector<BYTE> bytes =
+        file20200210(source, 0, 2, fluxgrid::test::squidRecord20190201(record));
+    CMEGSensorqv s;
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, bytes, &taken), 1);
+    EXPECT_EQ(taken, bytes.size());
+    ASSERT_NE(s.getBscSns(), nullptr);
+    fluxgrid::test::expectSquidFiledFieldsEq(record, *squidOf(s));
+    // Stored again, the flag is written as 1.
+    const std::vector<BYTE> stored = storeFile(s);
+    EXPECT_BYTES_EQ(file20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record)),
+                    stored);
+}
+
+TEST(MEGSensorFile, StoreOfSquidTypeWithoutRecordWritesFlagZeroAndReturnsOne) {
+    for (int type : {0, 1, 5}) {
+        SCOPED_TRACE("type " + std::to_string(type));
+        CMEGSensorqv s;
+        fillSensor(s, 1);
+        s.hardwareType = type;
+        int result = -1;
+        const std::vector<BYTE> bytes = storeFile(s, &result);
+        EXPECT_EQ(result, 1);
+        EXPECT_BYTES_EQ(file20200210(s, type, 0, {}), bytes);
+    }
+}
+
+TEST(MEGSensorFile, StoreOfAnUnknownTypeWithARecordLeftBehindWritesFlagZero) {
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    s.hardwareType = 5;
+    int result = -1;
+    const std::vector<BYTE> bytes = storeFile(s, &result);
+    EXPECT_EQ(result, 1);
+    EXPECT_BYTES_EQ(file20200210(s, 5, 0, {}), bytes);
+    EXPECT_NE(s.hardware, nullptr);
+}
+
+TEST(MEGSensorFile, NestedRecordOfTheWrongMagicIsRefusedAndTheRecordStays) {
+    CMEGSensorqv source;
+    fillSensor(source, 2);
+    CMegOpmqv opm;
+    fluxgrid::test::fillOpm(opm, 2);
+    // Type 0 announces a SQUID record, and an OPM record follows.
+    const std::vector<BYTE> bytes =
+        file20200210(source, 0, 1, fluxgrid::test::opmRecord20190201(opm));
+    MessageBoxRecorder boxes;
+    CMEGSensorqv s;
+    EXPECT_EQ(loadFile(s, bytes), 0);
+    EXPECT_EQ(boxes.texts(), std::vector<std::string>{kNotMegFile});
+    EXPECT_EQ(s.hardwareType, 0);
+    ASSERT_NE(s.getBscSns(), nullptr);
+    EXPECT_EQ(hardwareRecordKind(s.hardware), 0);
+    EXPECT_EQ(s.snsShowName, source.snsShowName);
+}
+
+TEST(MEGSensorFile, NestedRecordOfAnotherVersionIsRefusedWithTheRecordsOwnWords) {
+    CMEGSensorqv source;
+    fillSensor(source, 2);
+    ByteBuilder nested;
+    nested.wide(u"MEGOPMQV").i32(20190202);
+    MessageBoxRecorder boxes;
+    CMEGSensorqv s;
+    EXPECT_EQ(loadFile(s, file20200210(source, 1, 1, nested.bytes())), 0);
+    EXPECT_EQ(boxes.texts(), std::vector<std::string>{"Wrong MSQUID file format!!?"});
+    EXPECT_EQ(s.hardwareType, 1);
+    EXPECT_NE(s.getBscSns(), nullptr);
+}
+
+TEST(MEGSensorFile, FailedAllocationOfTheNestedRecordReturnsZeroWithTheTypeAsRead) {
+    CMEGSensorqv source;
+    fillSensor(source, 3);
+    CMegOpmqv opm;
+    fluxgrid::test::fillOpm(opm, 3);
+    const std::vector<BYTE> bytes =
+        file20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    const auto previous = fluxgrid::sensor::setHardwareRecordAllocator(
+        [](int) { return fluxgrid::sensor::HardwareRecord(); });
+    const int result = loadFile(s, bytes);
+    fluxgrid::sensor::setHardwareRecordAllocator(previous);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(s.hardwareType, 1);
+    EXPECT_EQ(s.hardware, nullptr);
+}
+
+TEST(MEGSensorFile, LoadReleasesTheOldRecordBeforeTheFirstByteOfTheBody) {
+    ByteBuilder bytes;
+    appendFrame(bytes, 20200210);
+    bytes.i32(3);  // geomFlag, then the file ends
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    s.geomFlag = 44;
+    EXPECT_THROW(loadFile(s, bytes.bytes()), CArchiveException);
+    EXPECT_EQ(s.hardware, nullptr);
+    EXPECT_EQ(s.hardwareType, -1);
+    EXPECT_EQ(s.geomFlag, 3);
+}
+
+// ---------------------------------------------------------------------------
+// Wrong files.
+
+TEST(MEGSensorFile, WrongMagicIsRefusedWithTheSensorUnchanged) {
+    ByteBuilder bytes;
+    bytes.wide(u"MEGSENSORQv").i32(20200210);
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    CMegGrdBscqv* const before = s.hardware.get();
+    MessageBoxRecorder boxes;
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, bytes.bytes(), &taken), 0);
+    EXPECT_EQ(taken, 26u);
+    ASSERT_EQ(boxes.boxes().size(), 1u);
+    EXPECT_EQ(boxes.boxes()[0].text, kNotSensorFile);
+    EXPECT_EQ(boxes.boxes()[0].type, MB_OK);
+    EXPECT_EQ(s.hardware.get(), before);
+    CMEGSensorqv expected;
+    makeUsedSquidSensor(expected);
+    expectSensorFieldsEq(expected, s);
+}
+
+TEST(MEGSensorFile, UnknownVersionIsRefusedWithZeroAndTheSensorUnchanged) {
+    for (int version : {20211231, 20080102, 0, -1}) {
+        SCOPED_TRACE("version " + std::to_string(version));
+        ByteBuilder bytes;
+        appendFrame(bytes, version);
+        bytes.i32(1).i32(2).i32(3);
+        CMEGSensorqv s;
+        makeUsedSquidSensor(s);
+        CMegGrdBscqv* const before = s.hardware.get();
+        MessageBoxRecorder boxes;
+        std::size_t taken = 0;
+        EXPECT_EQ(loadFile(s, bytes.bytes(), &taken), 0);
+        EXPECT_EQ(taken, kFrameSize);
+        EXPECT_EQ(boxes.texts(), std::vector<std::string>{kWrongFileFormat});
+        EXPECT_EQ(s.hardware.get(), before);
+        CMEGSensorqv expected;
+        makeUsedSquidSensor(expected);
+        expectSensorFieldsEq(expected, s);
+    }
+}
+
+TEST(MEGSensorFile, Version20190201IsRefusedAndTheSensorKeepsItsRecord) {
+    CMEGSensorqv source;
+    fillSensor(source, 4);
+    CMegOpmqv opm;
+    fluxgrid::test::fillOpm(opm, 4);
+    const std::vector<BYTE> bytes =
+        file20190201(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    CMegGrdBscqv* const before = s.hardware.get();
+    MessageBoxRecorder boxes;
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, bytes, &taken), 0);
+    EXPECT_EQ(taken, kFrameSize);
+    EXPECT_EQ(boxes.texts(), std::vector<std::string>{kWrongFileFormat});
+    EXPECT_EQ(s.hardware.get(), before);
+    EXPECT_EQ(s.hardwareType, 0);
+    CMEGSensorqv expected;
+    makeUsedSquidSensor(expected);
+    expectSensorFieldsEq(expected, s);
+    fluxgrid::test::expectSquidFiledFieldsEq(*squidOf(expected), *squidOf(s));
+}
+
+TEST(MEGSensorFile, PrivateBody20190201LoadsWhenCalledDirectly) {
+    CMEGSensorqv source;
+    fillSensor(source, 4);
+    CMegOpmqv opm;
+    fluxgrid::test::fillOpm(opm, 4);
+    const std::vector<BYTE> body =
+        body20190201(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    const int geomFlagBefore = s.geomFlag;
+    const std::weak_ptr<CMegGrdBscqv> oldRecord = s.hardware;
+    int result = -1;
+    const std::size_t taken = loadFromBytes(
+        body, [&](CArchive& ar) { result = MEGSensorFilePeer::serialize20190201(s, ar); });
+    EXPECT_EQ(result, 1);
+    EXPECT_EQ(taken, body.size());
+    EXPECT_TRUE(oldRecord.expired());
+    EXPECT_EQ(s.hardwareType, 1);
+    fluxgrid::test::expectOpmFiledFieldsEq(opm, *opmOf(s));
+    CMEGSensorqv expected;
+    fillSensor(expected, 4);
+    expected.geomFlag = geomFlagBefore;  // this version does not hold it
+    expected.geomWordA = s.geomWordA;
+    expected.geomTextA = s.geomTextA;
+    expected.geomTailA = s.geomTailA;
+    expected.hardwareType = 1;
+    expectSensorFieldsEq(expected, s);
+
+    result = -1;
+    EXPECT_BYTES_EQ(body, storeToBytes([&](CArchive& ar) {
+                        result = MEGSensorFilePeer::serialize20190201(s, ar);
+                    }));
+    EXPECT_EQ(result, 1);
+}
+
+// ---------------------------------------------------------------------------
+// The old versions.
+
+// What a sensor holds after a load of an old version over `before`: the
+// fields of the version from `file`, all others as they were.
+void expectOldVersionLoaded(int version, const CMEGSensor& file, const CMegSquid& fileRecord,
+                            const CMEGSensor& before, const CMegSquid& recordBefore,
+                            const CMEGSensor& loaded) {
+    CMEGSensorqv expected;
+    static_cast<CMEGSensor&>(expected) = before;
+    expected.backupNo = file.backupNo;
+    expected.snsRawName = file.snsRawName;
+    expected.snsShowName = file.snsShowName;
+    expected.snsAuxName = file.snsAuxName;
+    expected.sensorType = file.sensorType;
+    expected.snsAuxNo = file.snsAuxNo;
+    for (int i = 0; i < 4; ++i) {
+        expected.snsPos4[i] = file.snsPos4[i];
+        expected.snsOri4[i] = file.snsOri4[i];
+        expected.locSph[i] = file.locSph[i];
+    }
+    if (version == 20140513) {
+        expected.snsFileNo = file.snsFileNo;
+        expected.w12Evaluate = file.w12Evaluate;
+        expected.w12AuxNo = file.w12AuxNo;
+    }
+    if (version != 20080101) {
+        expected.coefAuxNo = file.coefAuxNo;
+        std::copy(std::begin(file.w12Values), std::end(file.w12Values), expected.w12Values);
+    }
+    expected.hardwareType = 0;
+    expectSensorFieldsEq(expected, loaded);
+
+    const CMegSquidqv& r = *squidOf(loaded);
+    CMegSquidqv expectedRecord;
+    static_cast<CMegSquid&>(expectedRecord) = fileRecord;
+    // Never in an inline record: squidAuxNo and hardwareName; neuromagFactor
+    // only from 20140513 on.
+    expectedRecord.squidAuxNo = recordBefore.squidAuxNo;
+    expectedRecord.hardwareName = recordBefore.hardwareName;
+    if (version != 20140513) {
+        expectedRecord.neuromagFactor = recordBefore.neuromagFactor;
+    }
+    fluxgrid::test::expectSquidFiledFieldsEq(expectedRecord, r);
+    EXPECT_EQ(r.hardwareName, recordBefore.hardwareName);
+}
+
+class OldVersion : public ::testing::TestWithParam<int> {};
+
+TEST_P(OldVersion, GoldenLoadsEveryFieldWhereTheTableSaysOverAUsedSensor) {
+    const int version = GetParam();
+    CMEGSensorqv file;
+    fillSensor(file, 1);
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 1);
+    const std::vector<BYTE> bytes = oldFile(version, file, fileRecord);
+
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    CMEGSensorqv before;
+    makeUsedSquidSensor(before);
+    CMegGrdBscqv* const record = s.hardware.get();
+    MessageBoxRecorder boxes;
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, bytes, &taken), 1);
+    EXPECT_EQ(taken, bytes.size());
+    EXPECT_TRUE(boxes.texts().empty());
+    // The record held is read over, not replaced.
+    EXPECT_EQ(s.hardware.get(), record);
+    expectOldVersionLoaded(version, file, fileRecord, before, *squidOf(before), s);
+}
+
+TEST_P(OldVersion, AlwaysGivesASquidSensor) {
+    CMEGSensorqv file;
+    fillSensor(file, 2);
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 2);
+    CMEGSensorqv s;
+    s.hardwareType = 7;
+    EXPECT_EQ(loadFile(s, oldFile(GetParam(), file, fileRecord)), 1);
+    EXPECT_EQ(s.hardwareType, 0);
+    ASSERT_NE(s.getBscSns(), nullptr);
+    EXPECT_EQ(hardwareRecordKind(s.hardware), 0);
+}
+
+TEST_P(OldVersion, MigratesToTheNewestVersionOnTheNextStore) {
+    const int version = GetParam();
+    CMEGSensorqv file;
+    fillSensor(file, 3);
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 3);
+    CMEGSensorqv s;
+    ASSERT_EQ(loadFile(s, oldFile(version, file, fileRecord)), 1);
+    int result = -1;
+    const std::vector<BYTE> stored = storeFile(s, &result);
+    EXPECT_EQ(result, 1);
+
+    // What the new sensor should now hold: the version's fields, and the
+    // defaults of a new sensor and a new, not reset, SQUID record for the
+    // rest.
+    CMEGSensorqv expected;
+    expected.backupNo = file.backupNo;
+    expected.snsRawName = file.snsRawName;
+    expected.snsShowName = file.snsShowName;
+    expected.snsAuxName = file.snsAuxName;
+    expected.sensorType = file.sensorType;
+    expected.snsAuxNo = file.snsAuxNo;
+    for (int i = 0; i < 4; ++i) {
+        expected.snsPos4[i] = file.snsPos4[i];
+        expected.snsOri4[i] = file.snsOri4[i];
+        expected.locSph[i] = file.locSph[i];
+    }
+    expected.geomFlag = 1;
+    expected.snsFileNo = version == 20140513 ? file.snsFileNo : 0;
+    expected.w12Evaluate = version == 20140513 ? file.w12Evaluate : 0;
+    expected.w12AuxNo = version == 20140513 ? file.w12AuxNo : 0;
+    expected.coefAuxNo = version == 20080101 ? 0 : file.coefAuxNo;
+    for (int i = 0; i < 12; ++i) {
+        expected.w12Values[i] = version == 20080101 ? 0.0 : file.w12Values[i];
+    }
+    CMegSquidqv expectedRecord;
+    static_cast<CMegSquid&>(expectedRecord) = fileRecord;
+    expectedRecord.squidAuxNo = 0;
+    if (version != 20140513) {
+        expectedRecord.neuromagFactor = 0.0;
+    }
+    const std::vector<BYTE> golden =
+        file20200210(expected, 0, 1, fluxgrid::test::squidRecord20190201(expectedRecord));
+    EXPECT_BYTES_EQ(golden, stored);
+
+    // The points of the migration, read straight from the bytes.
+    const std::size_t b = kFrameSize + 8 + (4 + 2 * file.snsRawName.GetLength()) +
+                          (4 + 2 * file.snsShowName.GetLength()) +
+                          (4 + 2 * file.snsAuxName.GetLength());
+    EXPECT_EQ(int32At(stored, 26), 20200210);
+    EXPECT_EQ(int32At(stored, kFrameSize), 1);           // geomFlag
+    EXPECT_EQ(int32At(stored, b + 216), 0);              // hardwareType
+    EXPECT_EQ(int32At(stored, b + 220), 1);              // record flag
+    EXPECT_EQ(int32At(stored, b + 224 + 20), 20190201);  // nested version
+    EXPECT_EQ(int32At(stored, b + 224 + 194), 3);        // totalCoils
+    EXPECT_EQ(int32At(stored, b + 224 + 198), 2);        // currentCoilID
+
+    // And read back: the same counts and the 24 coils.
+    CMEGSensorqv reread;
+    ASSERT_EQ(loadFile(reread, stored), 1);
+    EXPECT_EQ(reread.getTotalCoils(), 3);
+    EXPECT_EQ(reread.getCurrentCoilID(), 2);
+    for (int i = 0; i < 8; ++i) {
+        SCOPED_TRACE("slot " + std::to_string(i));
+        fluxgrid::test::expectCoilFiledFieldsEq(fileRecord.coilDewar[i],
+                                                squidOf(reread)->coilDewar[i]);
+        fluxgrid::test::expectCoilFiledFieldsEq(fileRecord.coilHead[i],
+                                                squidOf(reread)->coilHead[i]);
+        fluxgrid::test::expectCoilFiledFieldsEq(fileRecord.coilWork[i],
+                                                squidOf(reread)->coilWork[i]);
+    }
+}
+
+TEST_P(OldVersion, FailedAllocationReturnsZeroBeforeReadingWithTypeZero) {
+    CMEGSensorqv file;
+    fillSensor(file, 2);
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 2);
+    const std::vector<BYTE> bytes = oldFile(GetParam(), file, fileRecord);
+    CMEGSensorqv s;
+    const auto previous = fluxgrid::sensor::setHardwareRecordAllocator(
+        [](int) { return fluxgrid::sensor::HardwareRecord(); });
+    std::size_t taken = 0;
+    const int result = loadFile(s, bytes, &taken);
+    fluxgrid::sensor::setHardwareRecordAllocator(previous);
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(taken, kFrameSize);
+    EXPECT_EQ(s.hardwareType, 0);
+    EXPECT_EQ(s.hardware, nullptr);
+    EXPECT_EQ(s.snsShowName, "SnsShow");
+}
+
+TEST_P(OldVersion, StoreDirectionOfThePrivateBodyWritesTheLayout) {
+    const int version = GetParam();
+    CMEGSensorqv s;
+    makeUsedSquidSensor(s);
+    const CMegSquidqv& r = *squidOf(s);
+    std::vector<BYTE> golden;
+    if (version == 20140513) {
+        golden = body20140513(s, r);
+    } else {
+        // Both occurrences of sensorType are the sensor's, the reserved
+        // double 0.0.
+        golden = body2008(version, s, r, s.sensorType, 0);
+    }
+    int result = -1;
+    const std::vector<BYTE> stored = storeToBytes([&](CArchive& ar) {
+        switch (version) {
+            case 20080101:
+                result = MEGSensorFilePeer::serialize20080101(s, ar);
+                break;
+            case 20091117:
+                result = MEGSensorFilePeer::serialize20091117(s, ar);
+                break;
+            default:
+                result = MEGSensorFilePeer::serialize20140513(s, ar);
+                break;
+        }
+    });
+    EXPECT_EQ(result, 1);
+    EXPECT_BYTES_EQ(golden, stored);
+}
+
+INSTANTIATE_TEST_SUITE_P(AcceptedOldVersions, OldVersion,
+                         ::testing::Values(20080101, 20091117, 20140513),
+                         [](const ::testing::TestParamInfo<int>& info) {
+                             return "V" + std::to_string(info.param);
+                         });
+
+TEST(MEGSensorFile, Version20080101TheSecondSensorTypeWins) {
+    CMEGSensorqv file;
+    fillSensor(file, 5);
+    file.sensorType = 100;
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 5);
+    const std::vector<BYTE> bytes =
+        withFrame(20080101, body2008(20080101, file, fileRecord, 302, 0));
+    CMEGSensorqv s;
+    EXPECT_EQ(loadFile(s, bytes), 1);
+    EXPECT_EQ(s.sensorType, 100);
+    EXPECT_EQ(s.getSensorTypeName(), "MEG_SNSR");
+    EXPECT_EQ(s.hardwareType, 0);
+}
+
+TEST(MEGSensorFile, Version20080101ReservedDoubleOfAnyBitsHasNoEffect) {
+    CMEGSensorqv file;
+    fillSensor(file, 6);
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 6);
+    CMEGSensorqv reference;
+    ASSERT_EQ(loadFile(reference, withFrame(20080101, body2008(20080101, file, fileRecord, 1, 0))),
+              1);
+    const std::vector<BYTE> referenceStore = storeFile(reference);
+    for (std::uint64_t bits : {0x7FF8000000000123ull, 0x7FF0000000000000ull, 0xFFFFFFFFFFFFFFFFull,
+                               0x3FF0000000000000ull, 0x8000000000000000ull}) {
+        SCOPED_TRACE("reserved bits " + std::to_string(bits));
+        CMEGSensorqv s;
+        std::size_t taken = 0;
+        const std::vector<BYTE> bytes =
+            withFrame(20080101, body2008(20080101, file, fileRecord, 1, bits));
+        EXPECT_EQ(loadFile(s, bytes, &taken), 1);
+        EXPECT_EQ(taken, bytes.size());
+        EXPECT_BYTES_EQ(referenceStore, storeFile(s));
+    }
+}
+
+TEST(MEGSensorFile, Version20091117IntoANewSensorLeavesW12EvaluateAndTakesTheTailFields) {
+    CMEGSensorqv file;
+    fillSensor(file, 7);
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 7);
+    CMEGSensorqv s;
+    EXPECT_EQ(loadFile(s, oldFile(20091117, file, fileRecord)), 1);
+    EXPECT_EQ(s.w12Evaluate, 0);
+    EXPECT_EQ(s.w12AuxNo, 0);
+    EXPECT_EQ(s.snsFileNo, 0);
+    EXPECT_EQ(s.geomFlag, 1);
+    EXPECT_EQ(s.coefAuxNo, file.coefAuxNo);
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_BITS_EQ(file.w12Values[i], s.w12Values[i]);
+    }
+}
+
+TEST(MEGSensorFile, Version20140513IntoANewSensorStoresTheSameRecordWithGeomFlagOne) {
+    CMEGSensorqv file;
+    fillSensor(file, 8);
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 8);
+    fileRecord.totalCoils = 2;
+    fileRecord.currentCoilID = 1;
+    CMEGSensorqv s;
+    ASSERT_EQ(loadFile(s, oldFile(20140513, file, fileRecord)), 1);
+    const std::vector<BYTE> stored = storeFile(s);
+    CMEGSensorqv reread;
+    ASSERT_EQ(loadFile(reread, stored), 1);
+    EXPECT_EQ(reread.geomFlag, 1);
+    EXPECT_EQ(reread.hardwareType, 0);
+    EXPECT_EQ(reread.getTotalCoils(), 2);
+    EXPECT_EQ(reread.getCurrentCoilID(), 1);
+    CMegSquidqv expectedRecord;
+    static_cast<CMegSquid&>(expectedRecord) = fileRecord;
+    expectedRecord.squidAuxNo = 0;
+    fluxgrid::test::expectSquidFiledFieldsEq(expectedRecord, *squidOf(reread));
+}
+
+TEST(MEGSensorFile, CoilRecordRefusedInsideAnOldBodyShowsItsBoxAndReadingGoesOn) {
+    CMEGSensorqv file;
+    fillSensor(file, 1);
+    CMegSquidqv fileRecord;
+    fluxgrid::test::fillSquid(fileRecord, 1);
+    // A 20091117 body whose last coil record carries an unknown version: the
+    // coil entry shows its box, and the body reads its two tail fields from
+    // where the stream stands, inside that coil's body.
+    std::vector<BYTE> bytes = oldFile(20091117, file, fileRecord);
+    const CMagCoilqv& last = fileRecord.coilWork[7];
+    const std::size_t lastCoilSize = 970 + 4 + 2 * last.coilName.GetLength();
+    const std::size_t lastCoil = bytes.size() - 100 - lastCoilSize;
+    ASSERT_EQ(int32At(bytes, lastCoil + 22), 20211230);
+    bytes[lastCoil + 22] = 0x1F;  // 20211231
+    MessageBoxRecorder boxes;
+    CMEGSensorqv s;
+    std::size_t taken = 0;
+    EXPECT_EQ(loadFile(s, bytes, &taken), 1);
+    EXPECT_EQ(boxes.texts(), std::vector<std::string>{kWrongFileFormat});
+    EXPECT_EQ(taken, lastCoil + 26 + 100);
+    // coefAuxNo and the first two w12Values land on the coil's first fields.
+    EXPECT_EQ(s.coefAuxNo, last.coilAuxNo);
+    EXPECT_BITS_EQ(last.coilAuxValue, s.w12Values[0]);
+    EXPECT_BITS_EQ(last.coilArea, s.w12Values[1]);
+    EXPECT_EQ(s.getTotalCoils(), 3);
+}
+
+// ---------------------------------------------------------------------------
+// Streams that end early or deliver bytes in pieces.
+
+TEST(MEGSensorFile, EveryShorterPrefixOfAFileWithANestedRecordRaisesEndOfFile) {
+    CMEGSensorqv source;
+    fillSensor(source, 9);
+    CMegSquidqv record;
+    fluxgrid::test::fillSquid(record, 9);
+    const std::vector<BYTE> bytes =
+        file20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
+    const std::size_t recordStart =
+        bytes.size() - fluxgrid::test::squidRecord20190201(record).size();
+
+    MessageBoxRecorder boxes;
+    std::size_t raised = 0;
+    for (std::size_t n = 0; n < bytes.size(); ++n) {
+        const std::vector<BYTE> prefix(bytes.begin(), bytes.begin() + n);
+        CMEGSensorqv s;
+        s.hardwareType = 1;
+        s.hardware = makeHardwareRecord(1);
+        CMegGrdBscqv* const old = s.hardware.get();
+        int cause = -1;
+        try {
+            loadFile(s, prefix);
+        } catch (const CArchiveException& e) {
+            cause = e.m_cause;
+        }
+        if (cause == CArchiveException::endOfFile) {
+            ++raised;
+        } else {
+            ADD_FAILURE() << "prefix of " << n << " bytes: cause " << cause;
+        }
+        // Before the body the sensor is untouched; inside it the old record
+        // is gone, and a new one stands once the flag has been read.
+        if (n < kFrameSize) {
+            EXPECT_EQ(s.hardware.get(), old) << n;
+        } else if (n < recordStart) {
+            EXPECT_EQ(s.hardware, nullptr) << n;
+        } else {
+            EXPECT_EQ(hardwareRecordKind(s.hardware), 0) << n;
+        }
+    }
+    EXPECT_EQ(raised, bytes.size());
+    EXPECT_TRUE(boxes.texts().empty());
+}
+
+TEST(MEGSensorFile, FileDeliveredInSmallPiecesLoadsTheSame) {
+    CMEGSensorqv source;
+    fillSensor(source, 3);
+    CMegOpmqv record;
+    fluxgrid::test::fillOpm(record, 3);
+    const std::vector<BYTE> golden =
+        file20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(record));
+    for (UINT piece : {1u, 3u, 7u, 4096u}) {
+        SCOPED_TRACE("piece " + std::to_string(piece));
+        fluxgrid::test::TrickleFile file(golden, piece);
+        CMEGSensorqv s;
+        int result = -1;
+        {
+            CArchive ar(&file, CArchive::load);
+            result = s.serializeqv(ar);
+        }
+        EXPECT_EQ(result, 1);
+        EXPECT_EQ(file.GetPosition(), golden.size());
+        fluxgrid::test::expectOpmFiledFieldsEq(record, *opmOf(s));
+        EXPECT_BYTES_EQ(golden, storeFile(s));
+    }
+}
+
+TEST(MEGSensorFile, NarrowNamesAreReadAndStoredWide) {
+    CMEGSensorqv source;
+    fillSensor(source, 1);
+    source.snsRawName = CString("R1");
+    source.snsShowName = CString("S1");
+    source.snsAuxName = CString("");
+    ByteBuilder narrow;
+    appendFrame(narrow, 20200210);
+    narrow.i32(source.geomFlag).i32(source.backupNo);
+    narrow.narrow("R1").narrow("S1").narrow("");
+    const std::vector<BYTE> wide = file20200210(source, -1, 0, {});
+    // The rest of the body as in the wide file.
+    const std::size_t wideRest = kFrameSize + 8 + 8 + 8 + 4;
+    narrow.raw(std::vector<BYTE>(wide.begin() + wideRest, wide.end()));
+    CMEGSensorqv s;
+    EXPECT_EQ(loadFile(s, narrow.bytes()), 1);
+    EXPECT_EQ(s.snsRawName, "R1");
+    EXPECT_EQ(s.snsShowName, "S1");
+    EXPECT_BYTES_EQ(wide, storeFile(s));
+}
+
+}  // namespace
