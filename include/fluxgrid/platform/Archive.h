@@ -139,7 +139,9 @@ class CArchive {
         if (!IsStoring()) {
             throwDirection(CArchiveException::readOnly);
         }
-        if (m_cur + sizeof(T) > m_max) {
+        // Room is measured, not probed by pointer arithmetic: before the
+        // first flush the window is empty and its pointers are null.
+        if (static_cast<std::size_t>(m_max - m_cur) < sizeof(T)) {
             Flush();
         }
         value = fluxgrid::detail::toLittleEndian(value);
@@ -153,7 +155,7 @@ class CArchive {
         if (!IsLoading()) {
             throwDirection(CArchiveException::writeOnly);
         }
-        if (m_cur + sizeof(T) > m_max) {
+        if (static_cast<std::size_t>(m_max - m_cur) < sizeof(T)) {
             FillBuffer(sizeof(T));
         }
         std::memcpy(&value, m_cur, sizeof(T));
