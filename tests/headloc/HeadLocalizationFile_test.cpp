@@ -340,9 +340,12 @@ INSTANTIATE_TEST_SUITE_P(AcceptedVersions, HeadLocalizationFileVersion,
 
 TEST(HeadLocalizationFile, ATagOfSevenCountsAsPresent) {
     CHeadLocalizationqv hl;
-    EXPECT_EQ(1, load(hl, richFile(kWritten, 7)));
-    ASSERT_EQ(1, hl.fiducialPt.GetSize());
-    expectRecord(hl.fiducialPt, 0, 3);
+    const std::vector<BYTE> bytes = richFile(kWritten, 7);
+    std::size_t taken = 0;
+    EXPECT_EQ(1, load(hl, bytes, &taken));
+    EXPECT_EQ(bytes.size(), taken);
+    // The entry of section 3 is there, and so is everything behind it.
+    expectRichObject(hl);
 }
 
 TEST(HeadLocalizationFile, ASectionCountOfMinusOneReadsAsNoEntriesAndTheNextFieldFollows) {
