@@ -566,6 +566,41 @@ TEST(MEGSensorFile, TypeZeroWithFlagTwoReadsANestedSquidRecord) {
                     stored);
 }
 
+TEST(MEGSensorFile, CountsOutOfRangeFromAFileNeverReachPastTheEightSlots) {
+    CMEGSensorqv source;
+    fillSensor(source, 4);
+    CMegOpmqv opm;
+    fluxgrid::test::fillOpm(opm, 4);
+    opm.totalVapors = 12;
+    opm.currentVaporID = 100;
+    CMegSquidqv squid;
+    fluxgrid::test::fillSquid(squid, 4);
+    squid.totalCoils = 9;
+    squid.currentCoilID = 100;
+
+    CMEGSensorqv o;
+    ASSERT_EQ(loadFile(o, file20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(opm))), 1);
+    EXPECT_EQ(o.getTotalCoils(), 12);
+    EXPECT_EQ(o.getCurrentCoilID(), 100);
+    EXPECT_EQ(o.getCoil(-1), nullptr);
+    double x = 0, y = 0, z = 0;
+    EXPECT_EQ(o.getSnsPos(-1, -1, x, y, z), 1);
+    EXPECT_BITS_EQ(opm.vaporWork[0].posP4[0], x);
+    EXPECT_EQ(o.setSnsOrn(-1, -1, 0.0, 0.0, 1.0), 1);
+    EXPECT_EQ(o.getCurrentCoilID(), 0);
+    EXPECT_EQ(o.setCoilsDewar2work(), 1);
+
+    CMEGSensorqv q;
+    ASSERT_EQ(loadFile(q, file20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(squid))),
+              1);
+    EXPECT_EQ(q.getTotalCoils(), 9);
+    EXPECT_EQ(q.getCoilWkHdDw(2, -1), nullptr);
+    EXPECT_EQ(q.isAxialGrad(), 0);
+    EXPECT_BITS_EQ(0.0, q.getCoilBaseLine());
+    EXPECT_EQ(q.setHeadLocalizationCoil2work(7), 1);
+    EXPECT_EQ(q.setCurrentCoilID(100), 0);
+}
+
 TEST(MEGSensorFile, StoreOfSquidTypeWithoutRecordWritesFlagZeroAndReturnsOne) {
     for (int type : {0, 1, 5}) {
         SCOPED_TRACE("type " + std::to_string(type));
