@@ -72,7 +72,9 @@ const MEG_OPM_NAME_POS_TYPE megLayout32[32] = {
 
 // Three channels (x, y, z) of each sensor M11 to M33 and of the references
 // Mr1 and Mr2; each channel has a position and orientation of its own. Rows
-// 0 to 26 take those of megLayout32, rows 27 to 32 are its own.
+// 0 to 26 stand at the positions of megLayout32's rows, with its
+// orientations but for row 4, which keeps the longer last component of
+// megLayout21; rows 27 to 32 are its own.
 const MEG_OPM_NAME_POS_TYPE megTriaxial33[33] = {
     {u"M11x", 30.0, 70.84885, -104.70795, 0.301, -0.068, -0.948, 100},
     {u"M11y", -30.0, 71.47003, -105.19913, -0.7185896, -0.135465, -0.682112, 100},

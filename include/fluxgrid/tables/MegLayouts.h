@@ -21,6 +21,6 @@ extern const MEG_OPM_NAME_POS_TYPE megLayout21[21];
 /// MRA2 type 301.
 extern const MEG_OPM_NAME_POS_TYPE megLayout32[32];
 /// Three channels (x, y, z) for each of nine sensors M11 to M33 and two
-/// references Mr1 and Mr2; rows 0 to 26 are those of `megLayout32`. Type
-/// 100 throughout.
+/// references Mr1 and Mr2; rows 0 to 26 stand at the positions of the rows
+/// of `megLayout32`. Type 100 throughout.
 extern const MEG_OPM_NAME_POS_TYPE megTriaxial33[33];
