@@ -16,3 +16,23 @@
 #include <fluxgrid/element/BscMagSns.h>
 #include <fluxgrid/element/MagCoil.h>
 #include <fluxgrid/element/MagVapor.h>
+
+#include <fluxgrid/records/CoordinateProcess.h>
+#include <fluxgrid/records/Fiducial.h>
+#include <fluxgrid/records/FiduciaryPt.h>
+#include <fluxgrid/records/Geom.h>
+#include <fluxgrid/records/Sphere.h>
+
+#include <fluxgrid/sensor/MEGSensor.h>
+#include <fluxgrid/sensor/MegGrdBsc.h>
+#include <fluxgrid/sensor/MegOpm.h>
+#include <fluxgrid/sensor/MegOpmNamePosType.h>
+#include <fluxgrid/sensor/MegSquid.h>
+
+#include <fluxgrid/headloc/FiducialPtrArray.h>
+#include <fluxgrid/headloc/HeadLocalization.h>
+#include <fluxgrid/headloc/HeadLocationTrial.h>
+
+#include <fluxgrid/tables/EegLayouts.h>
+#include <fluxgrid/tables/EegNamePosType.h>
+#include <fluxgrid/tables/MegLayouts.h>
