@@ -18,7 +18,7 @@ constexpr double kFlattenDivisor = 1.8849555921538759;
 
 CBscMagSns::CBscMagSns()
     : vctXYRD{},
-      coilName("None"),
+      coilName(u"None"),
       posP4{},
       oriP4{},
       nmlDirXYZW{},

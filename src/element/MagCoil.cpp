@@ -16,7 +16,7 @@ CMagCoil::CMagCoil() {
 }
 
 int CMagCoil::reset() {
-    coilName = CString("Coil");
+    coilName = CString(u"Coil");
     element::resetGeometry(*this);
     coilAuxNo = 0;
     coilAuxNo2 = 0;

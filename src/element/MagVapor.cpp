@@ -18,7 +18,7 @@ CMagVapor::CMagVapor() : vaporAuxNo(0), vaporShape(0), vaporPairTable{}, vaporAu
 }
 
 int CMagVapor::reset() {
-    coilName = CString("OPM");
+    coilName = CString(u"OPM");
     element::resetGeometry(*this);
     vaporShape = 0;
     element::clearFirstPairs(vaporPairTable);

@@ -83,9 +83,17 @@ char32_t decodeUtf8(std::string_view s, std::size_t& i) {
 }
 
 std::u16string fromUtf8(std::string_view s) {
-    std::u16string out;
-    out.reserve(s.size());
-    for (std::size_t i = 0; i < s.size();) {
+    std::u16string out(s.size(), u'\0');
+    // Plain ASCII, the common case of names and messages, maps unit for byte.
+    std::size_t i = 0;
+    for (; i < s.size() && static_cast<unsigned char>(s[i]) < 0x80; ++i) {
+        out[i] = static_cast<char16_t>(s[i]);
+    }
+    if (i == s.size()) {
+        return out;
+    }
+    out.resize(i);
+    while (i < s.size()) {
         appendUtf16(out, decodeUtf8(s, i));
     }
     return out;
@@ -148,14 +156,20 @@ void CString::Format(const char* format, ...) {
     va_start(args, format);
     va_list again;
     va_copy(again, args);
-    const int size = std::vsnprintf(nullptr, 0, format, args);
+    // Short texts are formatted on the stack in one pass.
+    char scratch[256];
+    const int size = std::vsnprintf(scratch, sizeof scratch, format, args);
     va_end(args);
-    std::string buffer(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
-    if (size > 0) {
+    if (size < 0) {
+        m_text.clear();
+    } else if (static_cast<std::size_t>(size) < sizeof scratch) {
+        m_text = fromUtf8(std::string_view(scratch, static_cast<std::size_t>(size)));
+    } else {
+        std::string buffer(static_cast<std::size_t>(size), '\0');
         std::vsnprintf(buffer.data(), buffer.size() + 1, format, again);
+        m_text = fromUtf8(buffer);
     }
     va_end(again);
-    m_text = fromUtf8(buffer);
 }
 
 std::string CString::ToUtf8() const {
