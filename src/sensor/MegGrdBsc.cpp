@@ -1,3 +1,4 @@
+#include <fluxgrid/frame/FileFrame.h>
 #include <fluxgrid/sensor/MegGrdBsc.h>
 
 #include <algorithm>
@@ -140,6 +141,28 @@ void storeBlock(CArchive& ar, const CMegGrdBsc& block, GradAux gradAux) {
 void loadBlock(CArchive& ar, CMegGrdBsc& block, GradAux gradAux) {
     loadGainChain(ar, block, gradAux);
     loadAuxRows(ar, block);
+}
+
+}  // namespace fluxgrid::sensor
+
+namespace fluxgrid::sensor {
+
+bool serializeRecordFrame(CArchive& ar, const char16_t* magic) {
+    constexpr int kRecordVersion = 20190201;
+    // The OPM record shows the SQUID record's words for a wrong version.
+    constexpr const char* kWrongRecordFormat = "Wrong MSQUID file format!!?";
+    if (ar.IsStoring()) {
+        frame::storeHeader(ar, magic, kRecordVersion);
+        return true;
+    }
+    if (!frame::loadMagic(ar, magic, frame::kNotMegFile)) {
+        return false;
+    }
+    if (frame::loadVersion(ar) != kRecordVersion) {
+        frame::reportBadVersion(kWrongRecordFormat);
+        return false;
+    }
+    return true;
 }
 
 }  // namespace fluxgrid::sensor

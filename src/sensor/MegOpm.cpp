@@ -1,11 +1,7 @@
-#include <fluxgrid/frame/FileFrame.h>
 #include <fluxgrid/sensor/MegOpm.h>
 
 namespace {
 constexpr const char16_t* kMagic = u"MEGOPMQV";
-constexpr int kVersion = 20190201;
-// The OPM record shares the SQUID record's words for a wrong version.
-constexpr const char* kWrongSquidFormat = "Wrong MSQUID file format!!?";
 }  // namespace
 
 using namespace fluxgrid;
@@ -46,15 +42,7 @@ int CMegOpm::checkInitVapors(int count) {
 }
 
 int CMegOpm09File::serialize(CArchive& ar) {
-    if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, kVersion);
-        return serialize20190201(ar);
-    }
-    if (!frame::loadMagic(ar, kMagic, frame::kNotMegFile)) {
-        return 0;
-    }
-    if (frame::loadVersion(ar) != kVersion) {
-        frame::reportBadVersion(kWrongSquidFormat);
+    if (!sensor::serializeRecordFrame(ar, kMagic)) {
         return 0;
     }
     return serialize20190201(ar);

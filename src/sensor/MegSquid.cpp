@@ -1,10 +1,7 @@
-#include <fluxgrid/frame/FileFrame.h>
 #include <fluxgrid/sensor/MegSquid.h>
 
 namespace {
 constexpr const char16_t* kMagic = u"MSQUIDQV";
-constexpr int kVersion = 20190201;
-constexpr const char* kWrongSquidFormat = "Wrong MSQUID file format!!?";
 }  // namespace
 
 using namespace fluxgrid;
@@ -31,15 +28,7 @@ int CMegSquid::initSensorInfo(int hardwareNo, int gradOrderNo, double properGain
 }
 
 int CMegSquid09File::serialize(CArchive& ar) {
-    if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, kVersion);
-        return serialize20190201(ar);
-    }
-    if (!frame::loadMagic(ar, kMagic, frame::kNotMegFile)) {
-        return 0;
-    }
-    if (frame::loadVersion(ar) != kVersion) {
-        frame::reportBadVersion(kWrongSquidFormat);
+    if (!sensor::serializeRecordFrame(ar, kMagic)) {
         return 0;
     }
     return serialize20190201(ar);

@@ -105,6 +105,12 @@ void storeAuxRows(CArchive& ar, const CMegGrdBsc& block);
 void loadAuxRows(CArchive& ar, CMegGrdBsc& block);
 
 /// The whole block as a hardware record files it: the chain, then the rows.
+/// The frame of both hardware records, which accept and write the one
+/// version 20190201 and share the words of a wrong version: stores the
+/// magic and version, or loads and checks them. False, after the message
+/// box, for a wrong magic or version.
+bool serializeRecordFrame(CArchive& ar, const char16_t* magic);
+
 void storeBlock(CArchive& ar, const CMegGrdBsc& block, GradAux gradAux);
 void loadBlock(CArchive& ar, CMegGrdBsc& block, GradAux gradAux);
 
