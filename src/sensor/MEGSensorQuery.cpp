@@ -214,7 +214,8 @@ int CMEGSensor::setSnsOrn(int hwType, int coil, double x, double y, double z) {
     return 1;
 }
 
-int CMEGSensor::getSnsPos(int hwType, int coil, double& x, double& y, double& z) {
+int CMEGSensor::getElementVector(int hwType, int coil, bool minusOneIsCurrent,
+                                 double (CBscMagSns::*field)[4], double& x, double& y, double& z) {
     const int effective = applyHardwareType(hwType);
     if (effective != 0 && effective != 1) {
         return 1;
@@ -222,41 +223,24 @@ int CMEGSensor::getSnsPos(int hwType, int coil, double& x, double& y, double& z)
     if (recordOnDemand() == nullptr) {
         return 0;
     }
-    const double* pos = getCoil(elementIndex(coil, getCurrentCoilID(), true))->posP4;
-    x = pos[0];
-    y = pos[1];
-    z = pos[2];
+    const int current = minusOneIsCurrent ? getCurrentCoilID() : -1;
+    const double* vector = getCoil(elementIndex(coil, current, minusOneIsCurrent))->*field;
+    x = vector[0];
+    y = vector[1];
+    z = vector[2];
     return 1;
+}
+
+int CMEGSensor::getSnsPos(int hwType, int coil, double& x, double& y, double& z) {
+    return getElementVector(hwType, coil, true, &CBscMagSns::posP4, x, y, z);
 }
 
 int CMEGSensor::getSnsOrn(int hwType, int coil, double& x, double& y, double& z) {
-    const int effective = applyHardwareType(hwType);
-    if (effective != 0 && effective != 1) {
-        return 1;
-    }
-    if (recordOnDemand() == nullptr) {
-        return 0;
-    }
-    const double* ori = getCoil(elementIndex(coil, getCurrentCoilID(), true))->oriP4;
-    x = ori[0];
-    y = ori[1];
-    z = ori[2];
-    return 1;
+    return getElementVector(hwType, coil, true, &CBscMagSns::oriP4, x, y, z);
 }
 
 int CMEGSensor::getSnsNmlDir(int hwType, int coil, double& x, double& y, double& z) {
-    const int effective = applyHardwareType(hwType);
-    if (effective != 0 && effective != 1) {
-        return 1;
-    }
-    if (recordOnDemand() == nullptr) {
-        return 0;
-    }
-    const double* dir = getCoil(elementIndex(coil, -1, false))->nmlDirXYZW;
-    x = dir[0];
-    y = dir[1];
-    z = dir[2];
-    return 1;
+    return getElementVector(hwType, coil, false, &CBscMagSns::nmlDirXYZW, x, y, z);
 }
 
 // ---------------------------------------------------------------------------

@@ -288,6 +288,11 @@ class CMEGSensor : public CGeomqv {
     // The current element of the record; -1 without a record.
     int currentElement() const;
     int copyFrameToWork(int frame, bool deriveMagApha);
+    // The steps the three vector getters share: the hardware-type argument,
+    // the record on demand, the element's index, then x, y and z of `field`.
+    // With `minusOneIsCurrent` an index of -1 stands for the current element.
+    int getElementVector(int hwType, int coil, bool minusOneIsCurrent,
+                         double (CBscMagSns::*field)[4], double& x, double& y, double& z);
 };
 
 class CMEGSensor09File : public CMEGSensor {
