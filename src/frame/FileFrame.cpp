@@ -10,12 +10,10 @@ void storeHeader(CArchive& ar, const char16_t* magic, int version) {
     ar << version;
 }
 
-namespace {
-
-// Compares a magic read from the stream with the expected one. A short wide
-// magic is compared in a scratch area on the stack, without taking memory;
-// anything else is read as a string.
-bool magicMatches(CArchive& ar, std::u16string_view magic) {
+// A short wide magic is compared in a scratch area on the stack, without
+// taking memory; anything else is read as a string.
+bool magicMatches(CArchive& ar, const char16_t* expected) {
+    const std::u16string_view magic(expected);
     int charSize = 1;
     const UINT_PTR length = AfxReadStringLength(ar, charSize);
     constexpr std::size_t kScratchUnits = 64;
@@ -41,8 +39,6 @@ bool magicMatches(CArchive& ar, std::u16string_view magic) {
     }
     return ar.ReadStringPayload(length, charSize).str() == magic;
 }
-
-}  // namespace
 
 bool loadMagic(CArchive& ar, const char16_t* magic, const char* badMagicText) {
     if (magicMatches(ar, magic)) {

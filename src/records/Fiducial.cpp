@@ -24,11 +24,7 @@ CFiducial03Operator::~CFiducial03Operator() = default;
 CFiducial9File::~CFiducial9File() = default;
 
 int CFiducial9File::serialize(CArchive& ar) {
-    if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, records::kRecordVersion);
-        return serialize20261122(ar);
-    }
-    if (!records::loadRecordFrame(ar, kMagic)) {
+    if (!records::serializeRecordFrame(ar, kMagic)) {
         return 0;
     }
     return serialize20261122(ar);

@@ -22,11 +22,7 @@ CFiduciaryPt02Prcs::~CFiduciaryPt02Prcs() = default;
 CFiduciaryPt9File::~CFiduciaryPt9File() = default;
 
 int CFiduciaryPt9File::serialize(CArchive& ar) {
-    if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, records::kRecordVersion);
-        return serialize20261122(ar);
-    }
-    if (!records::loadRecordFrame(ar, kMagic)) {
+    if (!records::serializeRecordFrame(ar, kMagic)) {
         return 0;
     }
     return serialize20261122(ar);

@@ -12,15 +12,15 @@ namespace fluxgrid::records {
 /// written and read as.
 inline constexpr int kRecordVersion = 20261122;
 
-/// Reads the magic and the version of a nested record. False when either
-/// differs; the stream then stays just behind what differed.
-inline bool loadRecordFrame(CArchive& ar, const char16_t* magic) {
-    CString found;
-    ar >> found;
-    if (!(found == magic)) {
-        return false;
+/// Stores the magic and the version of a record, or reads and checks them.
+/// False when either differs; the stream then stays just behind what
+/// differed.
+inline bool serializeRecordFrame(CArchive& ar, const char16_t* magic) {
+    if (ar.IsStoring()) {
+        frame::storeHeader(ar, magic, kRecordVersion);
+        return true;
     }
-    return frame::loadVersion(ar) == kRecordVersion;
+    return frame::magicMatches(ar, magic) && frame::loadVersion(ar) == kRecordVersion;
 }
 
 }  // namespace fluxgrid::records

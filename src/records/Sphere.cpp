@@ -20,11 +20,7 @@ int CSphere::zeroSphere() {
 CSphere9File::~CSphere9File() = default;
 
 int CSphere9File::serialize(CArchive& ar) {
-    if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, records::kRecordVersion);
-        return serialize20261122(ar);
-    }
-    if (!records::loadRecordFrame(ar, kMagic)) {
+    if (!records::serializeRecordFrame(ar, kMagic)) {
         return 0;
     }
     return serialize20261122(ar);

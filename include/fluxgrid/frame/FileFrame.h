@@ -18,6 +18,10 @@ inline constexpr const char* kWrongFileFormat = "Wrong file format!!?";
 /// Writes the magic and the version.
 void storeHeader(CArchive& ar, const char16_t* magic, int version);
 
+/// Reads a magic and compares it exactly, letter case counting; a narrow
+/// string with the same letters matches. Shows nothing.
+bool magicMatches(CArchive& ar, const char16_t* magic);
+
 /// Reads the magic and compares it exactly, letter case counting; a narrow
 /// string with the same letters matches. On a mismatch it shows
 /// `badMagicText` and returns false, leaving the stream just behind the
