@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs, through apt, whatever the project needs and the machine lacks.
+# Sourced or run by the other scripts; does nothing when all is present.
+set -euo pipefail
+
+# The core library needs only the first line; the dialog needs Qt 6 Widgets
+# (with fonts for its offscreen tests), the command-line tool CLI11 and
+# nlohmann-json, and the tool's tests an SVG renderer and an XML checker.
+packages=(cmake make g++ pkg-config clang-format libgtest-dev libgmock-dev libbenchmark-dev
+    qt6-base-dev fonts-dejavu-core
+    libcli11-dev nlohmann-json3-dev librsvg2-bin libxml2-utils)
+
+missing=()
+for package in "${packages[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
+        missing+=("$package")
+    fi
+done
+if ((${#missing[@]})); then
+    echo "installing: ${missing[*]}"
+    sudo_cmd=()
+    if [ "$(id -u)" -ne 0 ]; then
+        sudo_cmd=(sudo)
+    fi
+    export DEBIAN_FRONTEND=noninteractive
+    "${sudo_cmd[@]}" apt-get update -qq
+    "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
