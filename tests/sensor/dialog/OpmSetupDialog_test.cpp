@@ -984,6 +984,73 @@ TEST(OpmSetupDialog, GeometryIsTheTemplateInDialogUnitsOfTheDialogFont) {
     EXPECT_EQ(maximum, client);
 }
 
+TEST(OpmSetupDialog, EveryControlStandsAtItsTemplateRectangle) {
+    struct Place {
+        int id;
+        int x;
+        int y;
+        int cx;
+        int cy;
+    };
+    // Labels have no id; they are checked by their text below.
+    const std::vector<Place> controls{
+        {kOk, 58, 145, 50, 14},     {kCancel, 118, 145, 50, 14}, {kVaporName, 18, 47, 61, 14},
+        {kOpmName, 94, 47, 61, 14}, {kPosX, 48, 79, 35, 14},     {kPosY, 91, 79, 35, 14},
+        {kPosZ, 134, 79, 35, 14},   {kDirX, 48, 100, 35, 14},    {kDirY, 91, 100, 35, 14},
+        {kDirZ, 134, 100, 35, 14},  {kAddVapor, 13, 10, 50, 14}, {kProperGain, 170, 46, 61, 14},
+    };
+    struct LabelPlace {
+        const char* text;
+        int x;
+        int y;
+        int cx;
+        int cy;
+        Qt::Alignment align;
+    };
+    const std::vector<LabelPlace> labels{
+        {"Vapor Name", 20, 33, 55, 8, Qt::AlignHCenter},
+        {"OPM Name", 100, 34, 55, 8, Qt::AlignHCenter},
+        {"Position", 10, 83, 29, 8, Qt::AlignLeft},
+        {"X", 58, 66, 25, 8, Qt::AlignHCenter},
+        {"Y", 102, 66, 25, 8, Qt::AlignHCenter},
+        {"Z", 141, 66, 25, 8, Qt::AlignHCenter},
+        {"Direction", 10, 103, 32, 8, Qt::AlignLeft},
+        {"Proper Gain", 176, 33, 48, 8, Qt::AlignLeft},
+    };
+    CMEGSensorqv sensor;
+    const DialogRun run = runSetup(sensor, [&](QDialog& dialog) {
+        const QFontMetrics metrics(dialog.font());
+        const int letters = metrics.horizontalAdvance(
+            QStringLiteral("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"));
+        const int baseX = (letters / 26 + 1) / 2;
+        const int baseY = metrics.height();
+        const auto toPixels = [&](int x, int y, int cx, int cy) {
+            return QRect(mulDiv(x, baseX, 4), mulDiv(y, baseY, 8), mulDiv(cx, baseX, 4),
+                         mulDiv(cy, baseY, 8));
+        };
+        for (const Place& place : controls) {
+            QWidget* control = dialog.findChild<QWidget*>(QString::number(place.id));
+            ASSERT_NE(control, nullptr) << place.id;
+            EXPECT_EQ(control->geometry(), toPixels(place.x, place.y, place.cx, place.cy))
+                << place.id;
+        }
+        for (const LabelPlace& place : labels) {
+            const QLabel* found = nullptr;
+            for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+                if (label->text() == QString::fromUtf8(place.text)) {
+                    found = label;
+                }
+            }
+            ASSERT_NE(found, nullptr) << place.text;
+            EXPECT_EQ(found->geometry(), toPixels(place.x, place.y, place.cx, place.cy))
+                << place.text;
+            EXPECT_EQ(found->alignment() & Qt::AlignHorizontal_Mask, place.align) << place.text;
+        }
+        click(buttonOf(dialog, kCancel));
+    });
+    EXPECT_TRUE(run.opened);
+}
+
 // The control that holds the focus, as a template id: an editable list's
 // edit part counts as the list.
 QString focusedControl(const QDialog& dialog) {
@@ -1017,8 +1084,12 @@ TEST(OpmSetupDialog, TabWalksTheControlsInTemplateOrder) {
 
 TEST(OpmSetupDialog, OpenDialogRendersToAPicture) {
     CMEGSensorqv sensor;
-    makeOpm(sensor, 3, 1);
+    sensor.hardwareType = 1;
+    sensor.hardware = fluxgrid::sensor::makeHardwareRecord(1);
     opmOf(sensor)->hardwareName = CString("OPM helmet");
+    opmOf(sensor)->totalVapors = 3;
+    ASSERT_EQ(sensor.setSnsPos(-1, 1, 3.2, -1.5, 7.25), 1);
+    ASSERT_EQ(sensor.setSnsOrn(-1, 1, 0.0, 0.0, 1.0), 1);
     bool saved = false;
     QSize pictureSize;
     QSize dialogSize;
