@@ -2,9 +2,33 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <string_view>
 
 namespace fluxgrid::test {
+
+namespace {
+
+/// With FLUXGRID_TEST_INPUT_DUMP naming a folder, every input that a test
+/// loads to the end without an exception is also written there, named by
+/// its hash; the fuzz targets' seed corpora are gathered this way.
+void dumpLoadedInput(const std::vector<BYTE>& bytes) {
+    const char* folder = std::getenv("FLUXGRID_TEST_INPUT_DUMP");
+    if (folder == nullptr || *folder == '\0') {
+        return;
+    }
+    const std::string_view view(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const std::string path =
+        std::string(folder) + "/" + std::to_string(std::hash<std::string_view>{}(view));
+    if (std::FILE* out = std::fopen(path.c_str(), "wb")) {
+        std::fwrite(bytes.data(), 1, bytes.size(), out);
+        std::fclose(out);
+    }
+}
+
+}  // namespace
 
 MessageBoxRecorder::MessageBoxRecorder(int answer) : m_answer(answer) {
     m_previous = AfxSetMessageBoxHandler([this](const CString& text, UINT type, UINT helpId) {
@@ -68,6 +92,7 @@ std::size_t loadFromBytes(const std::vector<BYTE>& bytes,
         CArchive ar(&file, CArchive::load);
         read(ar);
     }
+    dumpLoadedInput(bytes);
     return static_cast<std::size_t>(file.GetPosition());
 }
 
