@@ -16,4 +16,17 @@ for preset in dev asan; do
     cmake --build --preset "$preset" -j "$jobs"
     ctest --preset "$preset" -j "$jobs"
 done
+
+# With clang and its libFuzzer runtime at hand, every loader also runs over
+# its committed corpus and a few seconds of fresh mutations.
+fuzzer_probe='extern "C" int LLVMFuzzerTestOneInput(const char*, unsigned long) { return 0; }'
+if command -v clang++ >/dev/null &&
+    echo "$fuzzer_probe" | clang++ -fsanitize=fuzzer,address -x c++ - -o /dev/null 2>/dev/null; then
+    echo "== fuzz: configure, build, run the loaders over their corpora"
+    cmake --preset fuzz >/dev/null
+    cmake --build --preset fuzz -j "$jobs"
+    ctest --preset fuzz -j "$jobs"
+else
+    echo "== fuzz: skipped (clang with libFuzzer not found)"
+fi
 echo "== all tests passed, plain and sanitized"
