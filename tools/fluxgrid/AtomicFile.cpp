@@ -92,8 +92,12 @@ void writeAtomically(const std::string& path, const std::vector<BYTE>& bytes) {
     namespace fs = std::filesystem;
     const fs::path target(path);
     const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    std::string temporary =
-        (folder / ("." + target.filename().string() + ".fluxgrid-XXXXXX")).string();
+    // Appended piece by piece: GCC 12 warns falsely (-Wrestrict) about a
+    // literal in front of a temporary string.
+    std::string hidden(1, '.');
+    hidden += target.filename().string();
+    hidden += ".fluxgrid-XXXXXX";
+    std::string temporary = (folder / hidden).string();
     const int fd = ::mkstemp(temporary.data());
     if (fd < 0) {
         throw ToolError(systemError("cannot create a temporary file", errno));

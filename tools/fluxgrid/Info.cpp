@@ -17,12 +17,24 @@ std::string number(double value) {
 
 namespace {
 
+// Both are appended piece by piece: GCC 12 warns falsely (-Wrestrict) about
+// a literal in front of a temporary string.
 std::string quoted(const CString& text) {
-    return "\"" + text.ToUtf8() + "\"";
+    std::string out(1, '"');
+    out += text.ToUtf8();
+    out += '"';
+    return out;
 }
 
 std::string triple(const double* values) {
-    return "(" + number(values[0]) + ", " + number(values[1]) + ", " + number(values[2]) + ")";
+    std::string out(1, '(');
+    out += number(values[0]);
+    out += ", ";
+    out += number(values[1]);
+    out += ", ";
+    out += number(values[2]);
+    out += ')';
+    return out;
 }
 
 std::string shapeName(int code) {
