@@ -24,8 +24,10 @@ namespace fluxgrid::fuzz {
 /// parts and the archive's buffer.
 constexpr std::size_t kFixedAllowance = 1u << 20;
 /// ...and this much more per byte of input: list entries and text grow only
-/// as their bytes arrive.
-constexpr std::size_t kPerInputByte = 64;
+/// as their bytes arrive. The dearest bytes are a list of labels: a one-byte
+/// empty label takes a 32-byte slot, and the array's doubling makes the sum
+/// of its allocations up to four times its final size, 128 bytes per byte.
+constexpr std::size_t kPerInputByte = 256;
 
 [[noreturn]] inline void finding(const char* what) {
     std::fprintf(stderr, "fuzz finding: %s\n", what);
