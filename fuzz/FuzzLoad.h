@@ -110,6 +110,15 @@ int fuzzOneInput(const std::uint8_t* data, std::size_t size) {
     if (!outcome.threw && outcome.result != 0 && outcome.result != 1) {
         finding("a load gave a result other than 0 or 1");
     }
+    if (!outcome.threw && outcome.result == 1 && !Kind::storable(*first)) {
+        try {
+            storeOf<Kind>(*first);
+        } catch (const CInvalidArgException&) {
+            Kind::release(*first);
+            return 0;
+        }
+        finding("an object that cannot be stored was stored");
+    }
     if (!outcome.threw && outcome.result == 1) {
         const std::vector<BYTE> stored = storeOf<Kind>(*first);
         auto second = std::make_unique<typename Kind::Object>();

@@ -9,30 +9,35 @@ namespace fluxgrid::fuzz {
 struct CoilKind {
     using Object = CMagCoilqv;
     static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
+    static bool storable(const Object&) { return true; }
     static void release(Object&) {}
 };
 
 struct VaporKind {
     using Object = CMagVaporqv;
     static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
+    static bool storable(const Object&) { return true; }
     static void release(Object&) {}
 };
 
 struct SquidKind {
     using Object = CMegSquidqv;
     static int serialize(Object& object, CArchive& ar) { return object.serialize(ar); }
+    static bool storable(const Object&) { return true; }
     static void release(Object&) {}
 };
 
 struct OpmKind {
     using Object = CMegOpmqv;
     static int serialize(Object& object, CArchive& ar) { return object.serialize(ar); }
+    static bool storable(const Object&) { return true; }
     static void release(Object&) {}
 };
 
 struct SensorKind {
     using Object = CMEGSensorqv;
     static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
+    static bool storable(const Object&) { return true; }
     static void release(Object&) {}
 };
 
@@ -41,6 +46,12 @@ struct SensorKind {
 struct HeadLocKind {
     using Object = CHeadLocalizationqv;
     static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
+    /// The first section is counted by `fiducialPtRaw` and filled from
+    /// `fiducialPA`, so a file whose first list is the longer one loads, but
+    /// its store raises the invalid-argument exception.
+    static bool storable(const Object& object) {
+        return object.fiducialPtRaw.GetSize() <= object.fiducialPA.GetSize();
+    }
     static void release(Object& object) {
         object.cleanFiducialPA();
         object.cleanFiducialPARaw();
@@ -61,6 +72,7 @@ struct StringKind {
         }
         return 1;
     }
+    static bool storable(const Object&) { return true; }
     static void release(Object&) {}
 };
 

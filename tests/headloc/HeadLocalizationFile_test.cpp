@@ -635,6 +635,49 @@ TEST(HeadLocalizationFile, SectionOneComesBackAsCopiesOfTheFirstStepsAndNullEntr
     EXPECT_EQ(before, CountedFiducial::alive());
 }
 
+// Found by fuzzing the loader: a file whose first section holds more entries
+// than its fourth loads in full, and its object then cannot be stored, since
+// the first section is counted by fiducialPtRaw and filled from fiducialPA.
+TEST(HeadLocalizationFile, AFileWhoseFirstSectionOutnumbersItsFourthLoadsButDoesNotStore) {
+    ByteBuilder b;
+    appendFrameAndFields(b, kWritten, markedFields());
+    b.i64(2);  // section 1
+    appendRecordEntry(b, 1);
+    appendRecordEntry(b, 2);
+    b.i64(0);  // section 2
+    b.i64(0);  // section 3
+    b.i64(1);  // section 4
+    appendRecordEntry(b, 3);
+    b.i64(0);  // labels
+    appendMarkedTail(b);
+
+    CHeadLocalizationqv hl;
+    std::size_t taken = 0;
+    EXPECT_EQ(1, load(hl, b.bytes(), &taken));
+    EXPECT_EQ(b.bytes().size(), taken);
+    ASSERT_EQ(2, hl.fiducialPtRaw.GetSize());
+    ASSERT_EQ(1, hl.fiducialPA.GetSize());
+
+    bool raised = false;
+    const std::vector<BYTE> bytes = storeToBytes([&](CArchive& ar) {
+        try {
+            hl.serializeqv(ar);
+        } catch (const CInvalidArgException&) {
+            raised = true;
+        }
+    });
+    EXPECT_TRUE(raised);
+    // The count and the one entry that fiducialPA has were written first.
+    ByteBuilder expected;
+    appendFrameAndFields(expected, kWritten, markedFields());
+    expected.i64(2);
+    appendRecordEntry(expected, 3);
+    EXPECT_BYTES_EQ(expected.bytes(), bytes);
+    hl.cleanFiducialPA();
+    hl.cleanFiducialPARaw();
+    hl.cleanFiducialPt();
+}
+
 TEST(HeadLocalizationFile, AStoredAndReloadedFileStoresTheSameBytesAgain) {
     CHeadLocalizationqv hl;
     EXPECT_EQ(1, load(hl, richFile(20090606)));
