@@ -1,0 +1,283 @@
+/// \file Files.h
+/// What a host needs around the entries of the six file kinds: telling a
+/// file's kind and version from its first bytes, loading it into the object
+/// of its kind with the message boxes of that load captured, every failure
+/// returned as a value, and storing an object atomically.
+///
+/// ```cpp
+/// auto loaded = fluxgrid::loadFile("MLC3.sensor");
+/// if (!loaded) {
+///     std::cerr << loaded.error().describe() << '\n';   // "MLC3.sensor: truncated: ..."
+///     return 1;
+/// }
+/// if (CMEGSensorqv* sensor = loaded->get<CMEGSensorqv>()) {
+///     sensor->setCoilsDewar2work();
+/// }
+/// ```
+///
+/// A load never shows a message box and never touches the handler of
+/// another thread: the boxes that the library raises during the load are
+/// answered (OK, or No to a Yes/No question: the answers that change
+/// nothing) and handed back in the result. Any box makes the load a failure,
+/// because the content cannot then be trusted.
+#pragma once
+
+#include <fluxgrid/element/MagCoil.h>
+#include <fluxgrid/element/MagVapor.h>
+#include <fluxgrid/frame/FileKinds.h>
+#include <fluxgrid/headloc/HeadLocalization.h>
+#include <fluxgrid/platform/Types.h>
+#include <fluxgrid/sensor/MEGSensor.h>
+#include <fluxgrid/sensor/MegOpm.h>
+#include <fluxgrid/sensor/MegSquid.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace fluxgrid {
+
+/// The final class of each file kind, in the order of `FileKind`.
+template <FileKind Kind>
+struct FileObjectOf;
+template <>
+struct FileObjectOf<FileKind::coil> {
+    using type = CMagCoilqv;
+};
+template <>
+struct FileObjectOf<FileKind::vapor> {
+    using type = CMagVaporqv;
+};
+template <>
+struct FileObjectOf<FileKind::squid> {
+    using type = CMegSquidqv;
+};
+template <>
+struct FileObjectOf<FileKind::opm> {
+    using type = CMegOpmqv;
+};
+template <>
+struct FileObjectOf<FileKind::sensor> {
+    using type = CMEGSensorqv;
+};
+template <>
+struct FileObjectOf<FileKind::headloc> {
+    using type = CHeadLocalizationqv;
+};
+
+/// One of the six final classes that a file holds.
+template <class T>
+concept FileObject = std::is_same_v<T, CMagCoilqv> || std::is_same_v<T, CMagVaporqv> ||
+    std::is_same_v<T, CMegSquidqv> || std::is_same_v<T, CMegOpmqv> ||
+    std::is_same_v<T, CMEGSensorqv> || std::is_same_v<T, CHeadLocalizationqv>;
+
+/// The kind of file that holds a `T`.
+template <FileObject T>
+inline constexpr FileKind kFileKindOf = std::is_same_v<T, CMagCoilqv>     ? FileKind::coil
+                                        : std::is_same_v<T, CMagVaporqv>  ? FileKind::vapor
+                                        : std::is_same_v<T, CMegSquidqv>  ? FileKind::squid
+                                        : std::is_same_v<T, CMegOpmqv>    ? FileKind::opm
+                                        : std::is_same_v<T, CMEGSensorqv> ? FileKind::sensor
+                                                                          : FileKind::headloc;
+
+/// The object a file was loaded into; the alternative's index is the
+/// `FileKind`.
+using FileObjectPtr =
+    std::variant<std::unique_ptr<CMagCoilqv>, std::unique_ptr<CMagVaporqv>,
+                 std::unique_ptr<CMegSquidqv>, std::unique_ptr<CMegOpmqv>,
+                 std::unique_ptr<CMEGSensorqv>, std::unique_ptr<CHeadLocalizationqv>>;
+
+/// Why the work on a file failed.
+enum class FileFailure {
+    /// No file by that name.
+    missing,
+    /// A folder, device, FIFO or socket: only regular files are read.
+    notRegularFile,
+    /// Larger than the limit of the call.
+    tooLarge,
+    /// The system refused to open or read it.
+    readError,
+    /// Empty, or it opens with a magic of none of the six kinds.
+    badMagic,
+    /// Its version is not one its kind accepts.
+    refusedVersion,
+    /// It ends before its body does: the stream's `endOfFile`.
+    truncated,
+    /// The library answered 0 or raised a message box while loading, or
+    /// refused to store the object.
+    refused,
+    /// The stream or the library raised another exception.
+    corrupt,
+    /// The system refused to write it.
+    writeError,
+};
+
+/// The word for a failure: "missing", "not a regular file", ...
+std::string_view failureWord(FileFailure failure);
+
+/// A failure of the work on one file, with all that is known of it.
+struct FileError {
+    FileFailure failure = FileFailure::corrupt;
+    /// The file's name as the caller gave it; empty for bytes without a name.
+    std::string file;
+    /// The kind and version, where the first bytes told them.
+    std::optional<FileKind> kind;
+    std::optional<int> version;
+    /// One line in the library's own words, without the file's name, e.g.
+    /// "truncated: the file ends inside its body (end of file after 812
+    /// bytes)".
+    std::string message;
+    /// The texts of the message boxes that the call raised, in order.
+    std::vector<std::string> boxes;
+
+    /// "FILE: message", or the message alone without a name.
+    std::string describe() const;
+};
+
+/// Raised by `FileResult::value` on a failure.
+class FileException : public std::runtime_error {
+  public:
+    explicit FileException(FileError error)
+        : std::runtime_error(error.describe()), m_error(std::move(error)) {}
+    const FileError& error() const { return m_error; }
+
+  private:
+    FileError m_error;
+};
+
+/// A value or the failure that took its place.
+template <class T>
+class FileResult {
+  public:
+    FileResult(T value) : m_state(std::in_place_index<0>, std::move(value)) {}
+    FileResult(FileError error) : m_state(std::in_place_index<1>, std::move(error)) {}
+
+    bool ok() const { return m_state.index() == 0; }
+    explicit operator bool() const { return ok(); }
+
+    /// The value; `FileException` on a failure.
+    T& value() & {
+        check();
+        return std::get<0>(m_state);
+    }
+    const T& value() const& {
+        check();
+        return std::get<0>(m_state);
+    }
+    T&& value() && {
+        check();
+        return std::get<0>(std::move(m_state));
+    }
+    T& operator*() & { return value(); }
+    const T& operator*() const& { return value(); }
+    T* operator->() { return &value(); }
+    const T* operator->() const { return &value(); }
+
+    /// The failure; only valid when `ok()` is false.
+    const FileError& error() const { return std::get<1>(m_state); }
+
+  private:
+    void check() const {
+        if (!ok()) {
+            throw FileException(std::get<1>(m_state));
+        }
+    }
+
+    std::variant<T, FileError> m_state;
+};
+
+/// The frame of a file: the kind its magic names and its version.
+struct FileHeader {
+    FileKind kind;
+    int version;
+};
+
+/// Tells the kind and version from the first bytes of a file (22 to 40
+/// bytes suffice for every kind) without loading it. `badMagic` for empty
+/// bytes and a magic of no kind, `truncated` when the bytes end inside the
+/// frame. `name` only labels the failure.
+FileResult<FileHeader> readHeader(std::span<const BYTE> firstBytes, std::string_view name = {});
+/// The same for a file, reading no more than its first bytes.
+FileResult<FileHeader> readHeader(const std::filesystem::path& path);
+
+/// A loaded file.
+struct LoadedFile {
+    std::string file;
+    FileKind kind = FileKind::coil;
+    /// The version of the file's frame.
+    int version = 0;
+    /// Bytes in the file.
+    std::size_t size = 0;
+    /// Bytes the load took; fewer than `size` leaves bytes unread behind
+    /// the body.
+    std::size_t consumed = 0;
+    FileObjectPtr object;
+
+    /// The object, if it is a `T`; else null.
+    template <FileObject T>
+    T* get() const {
+        auto* held = std::get_if<std::unique_ptr<T>>(&object);
+        return held != nullptr ? held->get() : nullptr;
+    }
+};
+
+/// The largest file that a load takes unless told otherwise: 1 GiB.
+inline constexpr std::uintmax_t kDefaultMaxFileBytes = std::uintmax_t{1} << 30;
+
+struct LoadOptions {
+    /// Files larger than this are refused with `tooLarge` before a byte is
+    /// read.
+    std::uintmax_t maxBytes = kDefaultMaxFileBytes;
+    /// Load through the entry of this kind whatever the magic says, so that
+    /// a file of another kind is refused in that entry's own words.
+    std::optional<FileKind> as;
+};
+
+/// Loads a regular file into the object of its kind.
+FileResult<LoadedFile> loadFile(const std::filesystem::path& path, const LoadOptions& options = {});
+/// Loads bytes into the object of their kind; `name` labels the result.
+FileResult<LoadedFile> loadBytes(std::span<const BYTE> bytes, std::string_view name = {},
+                                 const LoadOptions& options = {});
+
+/// The object stored as the newest version of its kind, in memory.
+/// `refused` when the library answers 0 or raises an exception (a head
+/// localization whose first list outnumbers its fourth cannot be stored).
+template <FileObject T>
+FileResult<std::vector<BYTE>> storeBytes(T& object);
+
+/// Writes `bytes` as the whole content of `path` so that the name only ever
+/// shows the old content or the whole new one: a temporary file beside the
+/// target is written, flushed to the disk and renamed over it, and removed
+/// on every failure. An existing target keeps its permissions; a symbolic
+/// link is written through, so that the link stays and its target gets the
+/// content. Returns the bytes written, or `writeError`.
+FileResult<std::size_t> writeFileAtomically(const std::filesystem::path& path,
+                                            std::span<const BYTE> bytes);
+
+/// `storeBytes`, then `writeFileAtomically`.
+template <FileObject T>
+FileResult<std::size_t> storeFile(const std::filesystem::path& path, T& object);
+
+/// A failure put in the way of every later atomic write of this process, so
+/// that tests can see what a crash or a full disk leaves behind. Never set
+/// in normal use.
+struct WriteFault {
+    enum class Kind { none, kill, noSpace };
+    Kind kind = Kind::none;
+    /// The fault strikes once this many bytes of a file have been written:
+    /// `kill` ends the process at once with SIGKILL, `noSpace` fails the
+    /// write as a full disk does.
+    std::size_t afterBytes = 0;
+};
+void setWriteFault(const WriteFault& fault);
+
+}  // namespace fluxgrid
