@@ -1,11 +1,13 @@
 #include "Demo.h"
 
-#include "AtomicFile.h"
-#include "Compare.h"
-#include "FileKinds.h"
-#include "Info.h"
-#include "Layout.h"
-#include "Svg.h"
+#include "Format.h"
+#include "LayoutSvg.h"
+#include "LayoutTables.h"
+#include "Output.h"
+
+#include <fluxgrid/access/FieldTable.h>
+#include <fluxgrid/access/Files.h>
+#include <fluxgrid/fluxgrid.h>
 
 #include <cmath>
 #include <cstdio>
@@ -35,6 +37,45 @@ struct SetReport {
     int axial = 0;
     std::uintmax_t bytes = 0;
 };
+
+// Stores the object as the newest version of its kind into `path`, loads
+// the file back and holds every filed field against the object. `bytes`
+// counts what reached the disk, whatever the check finds. Returns the file
+// as loaded back, or why it failed, under the name `path`.
+template <FileObject T>
+FileResult<LoadedFile> writeAndCheck(const std::string& path, T& object, fields::Body body,
+                                     std::size_t& bytes) {
+    auto failed = [&path](FileError error) {
+        error.file = path;
+        return FileResult<LoadedFile>(std::move(error));
+    };
+    FileResult<std::vector<BYTE>> stored = storeBytes(object);
+    if (!stored) {
+        return failed(stored.error());
+    }
+    FileResult<std::size_t> written = writeFileAtomically(path, *stored);
+    if (!written) {
+        return failed(written.error());
+    }
+    bytes = stored->size();
+    FileResult<LoadedFile> back = loadFile(path);
+    if (!back) {
+        return failed(back.error());
+    }
+    const T* loaded = back->template get<T>();
+    std::vector<std::string> differences;
+    if (loaded != nullptr) {
+        differences = fields::filedDifferences(object, *loaded, body);
+    }
+    if (loaded == nullptr || back->version != fileKindInfo(kFileKindOf<T>).written ||
+        !differences.empty()) {
+        FileError error;
+        error.message = "loads back with a different " +
+                        (differences.empty() ? std::string("version") : differences[0]);
+        return failed(std::move(error));
+    }
+    return back;
+}
 
 std::string fileName(std::size_t row, const CString& name) {
     char prefix[8];
@@ -106,25 +147,23 @@ SetReport writeSet(const fs::path& dir, const char* label, const char* tableName
     for (std::size_t i = 0; i < N; ++i) {
         ++report.channels;
         const std::string path = (fs::path(report.folder) / fileName(i, rows[i].name)).string();
-        try {
-            CMEGSensorqv sensor;
-            build(sensor, i, rows[i]);
-            const std::vector<BYTE> bytes = storeSensor(sensor);
-            writeAtomically(path, bytes);
+        CMEGSensorqv sensor;
+        build(sensor, i, rows[i]);
+        std::size_t bytes = 0;
+        const FileResult<LoadedFile> back =
+            writeAndCheck(path, sensor, fields::Body::sensor20200210, bytes);
+        if (bytes > 0) {
             ++report.written;
-            report.bytes += bytes.size();
-            LoadedFile back = loadFile(path);
-            const auto differences = compareSensors(sensor, *back.sensor);
-            if (back.version != kindInfo(FileKind::sensor).written || !differences.empty()) {
-                throw ToolError("loads back with a different " +
-                                (differences.empty() ? std::string("version") : differences[0]));
-            }
-            ++report.verified;
-            report.axial += back.sensor->hardwareType == 0 && back.sensor->isAxialGrad() == 1;
-        } catch (const ToolError& e) {
-            ++failures;
-            std::cerr << "fluxgrid: " << path << ": " << e.what() << '\n';
+            report.bytes += bytes;
         }
+        if (!back) {
+            ++failures;
+            printFailure(back.error());
+            continue;
+        }
+        ++report.verified;
+        const CMEGSensorqv& loaded = *back->get<CMEGSensorqv>();
+        report.axial += loaded.hardwareType == 0 && loaded.isAxialGrad() == 1;
     }
     return report;
 }
@@ -167,24 +206,18 @@ HeadReport writeHeadLocalization(const fs::path& dir, int& failures) {
     HeadReport report;
     fs::create_directories(dir / "headloc");
     report.path = (dir / "headloc" / "demo.headloc").string();
-    try {
-        CHeadLocalizationqv h;
-        report.steps = 5;
-        fillHeadLocalization(h, report.steps);
-        h.getSensorLocation(report.location[0], report.location[1], report.location[2]);
-        h.getSensorRotation(report.rotation[0], report.rotation[1], report.rotation[2]);
-        const std::vector<BYTE> bytes = storeHeadLocalization(h);
-        writeAtomically(report.path, bytes);
-        report.bytes = bytes.size();
-        LoadedFile back = loadFile(report.path);
-        const auto differences = compareHeadLocalizations(h, *back.headloc);
-        if (!differences.empty()) {
-            throw ToolError("loads back with a different " + differences[0]);
-        }
-        report.verified = true;
-    } catch (const ToolError& e) {
+    CHeadLocalizationqv h;
+    report.steps = 5;
+    fillHeadLocalization(h, report.steps);
+    h.getSensorLocation(report.location[0], report.location[1], report.location[2]);
+    h.getSensorRotation(report.rotation[0], report.rotation[1], report.rotation[2]);
+    const FileResult<LoadedFile> back =
+        writeAndCheck(report.path, h, fields::Body::headloc, report.bytes);
+    if (!back) {
         ++failures;
-        std::cerr << "fluxgrid: " << report.path << ": " << e.what() << '\n';
+        printFailure(back.error());
+    } else {
+        report.verified = true;
     }
     return report;
 }
@@ -217,13 +250,10 @@ int runDemo(const std::string& dirName) {
     fs::create_directories(dir / "layouts");
     for (const char* name : {"megLayout32", "megLayout21"}) {
         const std::string path = (dir / "layouts" / (std::string(name) + ".svg")).string();
-        try {
-            const std::string svg = layoutSvg(*findLayout(name));
-            writeAtomically(path, std::vector<BYTE>(svg.begin(), svg.end()));
+        if (writeText(layoutSvg(*findLayout(name)), path) == 0) {
             plots.push_back(path);
-        } catch (const ToolError& e) {
+        } else {
             ++failures;
-            std::cerr << "fluxgrid: " << path << ": " << e.what() << '\n';
         }
     }
 

@@ -1,7 +1,11 @@
 #include "Info.h"
 
-#include "FileKinds.h"
-#include "Json.h"
+#include "Format.h"
+#include "JsonWriter.h"
+#include "ObjectJson.h"
+#include "Output.h"
+
+#include <fluxgrid/access/Files.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -9,40 +13,17 @@
 
 namespace fluxgrid::tool {
 
-std::string number(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.10g", value);
-    return text;
-}
-
 namespace {
 
-// Both are appended piece by piece: GCC 12 warns falsely (-Wrestrict) about
-// a literal in front of a temporary string.
-std::string quoted(const CString& text) {
-    std::string out(1, '"');
-    out += text.ToUtf8();
-    out += '"';
-    return out;
-}
-
-std::string triple(const double* values) {
-    std::string out(1, '(');
-    out += number(values[0]);
-    out += ", ";
-    out += number(values[1]);
-    out += ", ";
-    out += number(values[2]);
-    out += ')';
-    return out;
-}
+template <class... F>
+struct Overloaded : F... {
+    using F::operator()...;
+};
+template <class... F>
+Overloaded(F...) -> Overloaded<F...>;
 
 std::string shapeName(int code) {
     return code == 1 ? "Circle" : code == 2 ? "Square" : "Unknown";
-}
-
-void printLine(const char* label, const std::string& text) {
-    std::printf("  %-14s %s\n", label, text.c_str());
 }
 
 void printBlock(const CMegGrdBsc& b) {
@@ -65,6 +46,41 @@ void printElements(const char* title, const Element (&elements)[8], int inUse, i
         std::printf("    %c%d %-12s pos %-36s orn %s\n", i == current ? '*' : ' ', i,
                     quoted(e.coilName).c_str(), triple(e.posP4).c_str(), triple(e.oriP4).c_str());
     }
+}
+
+void printElement(const CBscMagSns& e) {
+    printLine("position:", triple(e.posP4));
+    printLine("orientation:", triple(e.oriP4));
+    printLine("normal:", triple(e.nmlDirXYZW));
+}
+
+void printCoil(const CMagCoilqv& c) {
+    printLine("name:", quoted(c.coilName));
+    printLine("loop:", "shape " + shapeName(c.coilShape) + ", turns " +
+                           std::to_string(c.coilTurns) + ", area " + number(c.coilArea) +
+                           ", magApha " + number(c.magApha) + ", unit scale " +
+                           number(c.unitScale));
+    printElement(c);
+}
+
+void printVapor(const CMagVaporqv& v) {
+    printLine("name:", quoted(v.coilName));
+    printLine("shape:", shapeName(v.vaporShape) + " (" + std::to_string(v.vaporShape) + ")");
+    printElement(v);
+}
+
+void printSquid(const CMegSquidqv& r) {
+    printLine("coils:",
+              std::to_string(r.totalCoils) + " in use, current " + std::to_string(r.currentCoilID));
+    printBlock(r);
+    printElements("dewar frame", r.coilDewar, r.totalCoils, r.currentCoilID);
+}
+
+void printOpm(const CMegOpmqv& r) {
+    printLine("cells:", std::to_string(r.totalVapors) + " in use, current " +
+                            std::to_string(r.currentVaporID));
+    printBlock(r);
+    printElements("dewar frame", r.vaporDewar, r.totalVapors, r.currentVaporID);
 }
 
 void printSensor(CMEGSensorqv& s) {
@@ -114,66 +130,29 @@ void printHeadLocalization(const CHeadLocalizationqv& h) {
     printLine("value, text:", number(h.headLocalValue) + ", " + quoted(h.headLocalText));
     for (int p = 0; p < 3; ++p) {
         const std::string label = "fiducial " + std::to_string(p) + ":";
-        printLine(label.c_str(),
-                  triple(h.fiducialCurrent.fidPts[p].ptValues + 4) + " (current set)");
+        printLine(label, triple(h.fiducialCurrent.fidPts[p].ptValues + 4) + " (current set)");
     }
 }
 
-void printSummary(LoadedFile& loaded) {
-    const KindInfo& info = kindInfo(loaded.kind);
-    std::printf("%s\n", loaded.path.c_str());
+void printSummary(const LoadedFile& loaded) {
+    const FileKindInfo& info = fileKindInfo(loaded.kind);
+    std::printf("%s\n", loaded.file.c_str());
     std::string version = std::to_string(loaded.version);
     version += loaded.version == info.written ? " (newest)"
                                               : " (newest is " + std::to_string(info.written) + ")";
-    printLine("kind:", std::string(info.title) + " " + CString(info.magic).ToUtf8());
+    printLine("kind:",
+              std::string(info.title) + " " + CString(std::u16string(info.magic)).ToUtf8());
     printLine("version:", version);
     printLine("size:", std::to_string(loaded.size) + " bytes");
-    switch (loaded.kind) {
-        case FileKind::coil: {
-            CMagCoilqv& c = *loaded.coil;
-            printLine("name:", quoted(c.coilName));
-            printLine("loop:", "shape " + shapeName(c.coilShape) + ", turns " +
-                                   std::to_string(c.coilTurns) + ", area " + number(c.coilArea) +
-                                   ", magApha " + number(c.magApha) + ", unit scale " +
-                                   number(c.unitScale));
-            printLine("position:", triple(c.posP4));
-            printLine("orientation:", triple(c.oriP4));
-            printLine("normal:", triple(c.nmlDirXYZW));
-            break;
-        }
-        case FileKind::vapor: {
-            CMagVaporqv& v = *loaded.vapor;
-            printLine("name:", quoted(v.coilName));
-            printLine("shape:",
-                      shapeName(v.vaporShape) + " (" + std::to_string(v.vaporShape) + ")");
-            printLine("position:", triple(v.posP4));
-            printLine("orientation:", triple(v.oriP4));
-            printLine("normal:", triple(v.nmlDirXYZW));
-            break;
-        }
-        case FileKind::squid: {
-            CMegSquidqv& r = *loaded.squid;
-            printLine("coils:", std::to_string(r.totalCoils) + " in use, current " +
-                                    std::to_string(r.currentCoilID));
-            printBlock(r);
-            printElements("dewar frame", r.coilDewar, r.totalCoils, r.currentCoilID);
-            break;
-        }
-        case FileKind::opm: {
-            CMegOpmqv& r = *loaded.opm;
-            printLine("cells:", std::to_string(r.totalVapors) + " in use, current " +
-                                    std::to_string(r.currentVaporID));
-            printBlock(r);
-            printElements("dewar frame", r.vaporDewar, r.totalVapors, r.currentVaporID);
-            break;
-        }
-        case FileKind::sensor:
-            printSensor(*loaded.sensor);
-            break;
-        case FileKind::headloc:
-            printHeadLocalization(*loaded.headloc);
-            break;
-    }
+    std::visit(Overloaded{
+                   [](const std::unique_ptr<CMagCoilqv>& c) { printCoil(*c); },
+                   [](const std::unique_ptr<CMagVaporqv>& v) { printVapor(*v); },
+                   [](const std::unique_ptr<CMegSquidqv>& r) { printSquid(*r); },
+                   [](const std::unique_ptr<CMegOpmqv>& r) { printOpm(*r); },
+                   [](const std::unique_ptr<CMEGSensorqv>& s) { printSensor(*s); },
+                   [](const std::unique_ptr<CHeadLocalizationqv>& h) { printHeadLocalization(*h); },
+               },
+               loaded.object);
     if (loaded.consumed < loaded.size) {
         printLine("note:", std::to_string(loaded.size - loaded.consumed) +
                                " bytes behind the body were not read");
@@ -184,25 +163,28 @@ void printSummary(LoadedFile& loaded) {
 
 int runInfo(const std::vector<std::string>& files, bool json) {
     int failed = 0;
-    nlohmann::json documents = nlohmann::json::array();
+    JsonWriter out(std::cout);
+    if (json) {
+        out.beginArray();
+    }
     for (const std::string& path : files) {
-        try {
-            LoadedFile loaded = loadFile(path);
-            if (json) {
-                documents.push_back(toJson(loaded));
-            } else {
-                printSummary(loaded);
-            }
-        } catch (const ToolError& e) {
+        // One file at a time: its object is gone before the next is loaded.
+        const FileResult<LoadedFile> loaded = loadFile(path);
+        if (!loaded) {
             ++failed;
-            std::cerr << "fluxgrid: " << path << ": " << e.what() << '\n';
+            printFailure(loaded.error());
             if (json) {
-                documents.push_back({{"file", path}, {"error", e.what()}});
+                writeFailureJson(out, loaded.error());
             }
+        } else if (json) {
+            writeFileJson(out, *loaded);
+        } else {
+            printSummary(*loaded);
         }
     }
     if (json) {
-        std::cout << documents.dump(2) << '\n';
+        out.endArray();
+        std::cout << '\n';
     }
     std::cout.flush();
     return failed == 0 ? 0 : 1;

@@ -8,11 +8,8 @@
 namespace fluxgrid::tool {
 
 /// Prints the kind, version and a summary of each file, or with `json` one
-/// JSON array with every field of every file. Returns the exit status: 0
-/// when every file loaded, 1 otherwise.
+/// JSON array with every field of every file, written as each file is
+/// loaded. Returns the exit status: 0 when every file loaded, 1 otherwise.
 int runInfo(const std::vector<std::string>& files, bool json);
-
-/// A number as a person reads it: up to ten significant digits.
-std::string number(double value);
 
 }  // namespace fluxgrid::tool

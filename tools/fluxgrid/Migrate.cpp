@@ -1,8 +1,9 @@
 #include "Migrate.h"
 
-#include "AtomicFile.h"
-#include "Compare.h"
-#include "FileKinds.h"
+#include "Output.h"
+
+#include <fluxgrid/access/FieldTable.h>
+#include <fluxgrid/access/Files.h>
 
 #include <chrono>
 #include <cstdio>
@@ -51,50 +52,86 @@ class Progress {
     std::chrono::steady_clock::time_point m_last{};
 };
 
-enum class Outcome { migrated, current };
+enum class Outcome { migrated, current, failed };
 
 struct Result {
     Outcome outcome;
     std::string line;
+    /// Why it failed, with the boxes the library raised.
+    FileError error;
 };
+
+Result failure(const std::string& path, std::string message) {
+    FileError error;
+    error.file = path;
+    error.message = std::move(message);
+    return {Outcome::failed, {}, std::move(error)};
+}
+
+Result failure(FileError error) {
+    return {Outcome::failed, {}, std::move(error)};
+}
 
 Result migrateOne(const std::string& path, const std::optional<std::string>& outDir,
                   std::set<std::string>& targets) {
-    const std::vector<BYTE> bytes = readWholeFile(path);
-    LoadedFile loaded = loadSensorBytes(bytes, path);
-    if (loaded.consumed < loaded.size) {
-        throw ToolError(std::to_string(loaded.size - loaded.consumed) +
-                        " bytes behind the body would be lost");
+    // Through the sensor entry whatever the magic says, so that a file of
+    // another kind is refused in the library's own words.
+    FileResult<LoadedFile> loaded = loadFile(path, LoadOptions{.as = FileKind::sensor});
+    if (!loaded) {
+        return failure(loaded.error());
     }
-    const int newest = kindInfo(FileKind::sensor).written;
-    const bool current = loaded.version == newest;
+    if (loaded->consumed < loaded->size) {
+        return failure(path, std::to_string(loaded->size - loaded->consumed) +
+                                 " bytes behind the body would be lost");
+    }
+    CMEGSensorqv& sensor = *loaded->get<CMEGSensorqv>();
+    const int newest = fileKindInfo(FileKind::sensor).written;
+    const bool current = loaded->version == newest;
     const std::string target =
         outDir ? (fs::path(*outDir) / fs::path(path).filename()).string() : path;
     if (!targets.insert(fs::weakly_canonical(target).string()).second) {
-        throw ToolError("another input already goes to " + target);
+        return failure(path, "another input already goes to " + target);
     }
     if (current && !outDir) {
         return {Outcome::current,
-                "current   " + path + " (version " + std::to_string(newest) + ")"};
+                "current   " + path + " (version " + std::to_string(newest) + ")",
+                {}};
     }
-    const std::vector<BYTE> out = storeSensor(*loaded.sensor);
+    FileResult<std::vector<BYTE>> out = storeBytes(sensor);
+    if (!out) {
+        return failure(path, out.error().message);
+    }
     // The output must load as the newest version with the same fields
     // before it may take the place of anything.
-    LoadedFile check = loadBytes(out, target);
-    if (check.kind != FileKind::sensor || check.version != newest || check.consumed != out.size()) {
-        throw ToolError("the stored file does not load back as version " + std::to_string(newest));
+    FileResult<LoadedFile> check = loadBytes(*out, target);
+    if (!check) {
+        FileError error = check.error();
+        error.file = path;
+        return failure(std::move(error));
     }
-    const std::vector<std::string> differences = compareSensors(*loaded.sensor, *check.sensor);
+    const CMEGSensorqv* back = check->get<CMEGSensorqv>();
+    if (back == nullptr || check->version != newest || check->consumed != out->size()) {
+        return failure(path,
+                       "the stored file does not load back as version " + std::to_string(newest));
+    }
+    const std::vector<std::string> differences =
+        fields::filedDifferences(sensor, *back, fields::Body::sensor20200210);
     if (!differences.empty()) {
-        throw ToolError("the stored file loads back with a different " + differences.front());
+        return failure(path, "the stored file loads back with a different " + differences.front());
     }
-    writeAtomically(target, out);
+    FileResult<std::size_t> written = writeFileAtomically(target, *out);
+    if (!written) {
+        return failure(path, written.error().message);
+    }
     if (current) {
         return {Outcome::current,
-                "current   " + path + " (version " + std::to_string(newest) + ") -> " + target};
+                "current   " + path + " (version " + std::to_string(newest) + ") -> " + target,
+                {}};
     }
-    return {Outcome::migrated, "migrated  " + path + " (version " + std::to_string(loaded.version) +
-                                   " -> " + std::to_string(newest) + ") -> " + target};
+    return {Outcome::migrated,
+            "migrated  " + path + " (version " + std::to_string(loaded->version) + " -> " +
+                std::to_string(newest) + ") -> " + target,
+            {}};
 }
 
 }  // namespace
@@ -117,17 +154,16 @@ int runMigrate(const std::vector<std::string>& files, const std::optional<std::s
     for (std::size_t i = 0; i < files.size(); ++i) {
         const std::string& path = files[i];
         progress.step(i, path);
-        try {
-            const Result result = migrateOne(path, outDir, targets);
-            ++(result.outcome == Outcome::migrated ? migrated : current);
-            progress.clear();
-            std::printf("%s\n", result.line.c_str());
-            std::fflush(stdout);
-        } catch (const ToolError& e) {
+        const Result result = migrateOne(path, outDir, targets);
+        progress.clear();
+        if (result.outcome == Outcome::failed) {
             ++failed;
-            progress.clear();
-            std::cerr << "fluxgrid: " << path << ": " << e.what() << "; left untouched\n";
+            printFailure(result.error, "; left untouched");
+            continue;
         }
+        ++(result.outcome == Outcome::migrated ? migrated : current);
+        std::printf("%s\n", result.line.c_str());
+        std::fflush(stdout);
     }
     progress.clear();
     std::printf("%zu migrated, %zu already current, %zu failed\n", migrated, current, failed);

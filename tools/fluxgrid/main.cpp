@@ -1,10 +1,12 @@
 // The fluxgrid command-line tool. Exit status: 0 when the work is done, 1
 // when some of it failed, 2 on bad usage.
-#include "AtomicFile.h"
 #include "Demo.h"
 #include "Info.h"
 #include "Layout.h"
 #include "Migrate.h"
+#include "Output.h"
+
+#include <fluxgrid/access/Files.h>
 
 #include <CLI/CLI.hpp>
 
@@ -85,11 +87,11 @@ int main(int argc, char** argv) {
             throw CLI::ValidationError("migrate", "one of --out-dir DIR or --in-place is required");
         }
         if (!fault.empty()) {
-            WriteFault parsed;
-            if (!parseWriteFault(fault, parsed)) {
+            const std::optional<fluxgrid::WriteFault> parsed = parseWriteFault(fault);
+            if (!parsed) {
                 throw CLI::ValidationError("--inject-write-fault", "expects kill:N or nospace:N");
             }
-            setWriteFault(parsed);
+            fluxgrid::setWriteFault(*parsed);
         }
     } catch (const CLI::ParseError& e) {
         const int code = app.exit(e);

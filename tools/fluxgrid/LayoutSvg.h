@@ -1,8 +1,8 @@
-/// \file Svg.h
+/// \file LayoutSvg.h
 /// A layout table drawn as a labelled top view in SVG.
 #pragma once
 
-#include "Layout.h"
+#include "LayoutTables.h"
 
 #include <string>
 

@@ -1,8 +1,12 @@
-#include "Svg.h"
+#include "LayoutSvg.h"
+
+#include "Format.h"
+
+#include <fluxgrid/element/BscMagSns.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
+#include <iterator>
 #include <map>
 #include <sstream>
 
@@ -35,12 +39,6 @@ std::string escaped(const std::string& text) {
         }
     }
     return out;
-}
-
-std::string fixed(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.2f", value);
-    return text;
 }
 
 const char* colourOf(int sensorType, std::size_t index) {
@@ -78,7 +76,7 @@ std::string layoutSvg(const LayoutTable& table) {
     const bool mirrored = table.frame == LayoutFrame::head;
     std::vector<Point> flat;
     double farthest = kOutline;
-    for (const LayoutRow& row : table.rows) {
+    for (const ChannelRow& row : table.rows) {
         const auto up = toVertexUp(table.frame, row.pos);
         double u = 0.0;
         double v = 0.0;
@@ -93,7 +91,7 @@ std::string layoutSvg(const LayoutTable& table) {
     // Types in order of first appearance, with their counts.
     std::vector<int> types;
     std::map<int, int> counts;
-    for (const LayoutRow& row : table.rows) {
+    for (const ChannelRow& row : table.rows) {
         if (counts[row.sensorType]++ == 0) {
             types.push_back(row.sensorType);
         }

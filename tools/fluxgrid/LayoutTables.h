@@ -1,0 +1,41 @@
+/// \file LayoutTables.h
+/// The thirteen constant channel layout tables of the library as rows of
+/// channels, each with the frame it stands in: that frame's axes and unit.
+#pragma once
+
+#include "Channels.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fluxgrid::tool {
+
+/// The frame a table stands in.
+enum class LayoutFrame { head, sphere, net };
+
+struct LayoutTable {
+    std::string name;
+    bool meg = false;
+    LayoutFrame frame = LayoutFrame::head;
+    std::vector<ChannelRow> rows;
+};
+
+/// All thirteen tables, EEG first, in the library's order.
+const std::vector<LayoutTable>& layoutTables();
+/// The table called `name` (exactly), or null.
+const LayoutTable* findLayout(std::string_view name);
+
+const char* frameName(LayoutFrame frame);
+/// The frame's axes and unit in words.
+const char* frameAxes(LayoutFrame frame);
+/// The unit of positions: "mm", "cm" or "" for the unitless sphere.
+const char* frameUnit(LayoutFrame frame);
+
+/// A position turned so that the table's vertex points along +Z, its nose
+/// along +Y, and the subject's right along +X (for the head frame, its left:
+/// the frame is left-handed, and whoever draws it undoes the mirror).
+std::array<double, 3> toVertexUp(LayoutFrame frame, const std::array<double, 3>& pos);
+
+}  // namespace fluxgrid::tool

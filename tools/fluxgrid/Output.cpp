@@ -1,0 +1,54 @@
+#include "Output.h"
+
+#include <charconv>
+#include <iostream>
+#include <span>
+
+namespace fluxgrid::tool {
+
+void printFailure(const FileError& error, std::string_view tail) {
+    for (const std::string& box : error.boxes) {
+        std::cerr << error.file << ": " << box << '\n';
+    }
+    std::cerr << "fluxgrid: " << error.file << ": " << error.message << tail << '\n';
+}
+
+int writeText(const std::string& text, const std::string& out) {
+    if (out.empty() || out == "-") {
+        std::cout << text;
+        std::cout.flush();
+        return std::cout ? 0 : 1;
+    }
+    const auto written = writeFileAtomically(
+        out, std::span(reinterpret_cast<const BYTE*>(text.data()), text.size()));
+    if (!written) {
+        std::cerr << "fluxgrid: " << out << ": " << written.error().message << '\n';
+        return 1;
+    }
+    return 0;
+}
+
+std::optional<WriteFault> parseWriteFault(std::string_view text) {
+    const auto colon = text.find(':');
+    if (colon == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view kind = text.substr(0, colon);
+    const std::string_view count = text.substr(colon + 1);
+    WriteFault fault;
+    if (kind == "kill") {
+        fault.kind = WriteFault::Kind::kill;
+    } else if (kind == "nospace") {
+        fault.kind = WriteFault::Kind::noSpace;
+    } else {
+        return std::nullopt;
+    }
+    const char* end = count.data() + count.size();
+    const auto [stop, error] = std::from_chars(count.data(), end, fault.afterBytes);
+    if (count.empty() || error != std::errc{} || stop != end) {
+        return std::nullopt;
+    }
+    return fault;
+}
+
+}  // namespace fluxgrid::tool

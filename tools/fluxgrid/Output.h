@@ -1,0 +1,29 @@
+/// \file Output.h
+/// Where the commands' results go beyond their own lines: the failure of a
+/// file on standard error, text to a file or to standard output, and the
+/// fault that tests put in the way of every write.
+#pragma once
+
+#include <fluxgrid/access/Files.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace fluxgrid::tool {
+
+/// Prints a failure on standard error as the tool has always shown it: each
+/// message box that the library raised as "FILE: text", in order, then
+/// "fluxgrid: FILE: message" with `tail` behind it.
+void printFailure(const FileError& error, std::string_view tail = {});
+
+/// Writes `text` to standard output when `out` is empty or "-", else
+/// atomically as the whole content of the file `out`. Returns the exit
+/// status: 0, or 1 after printing why the write failed.
+int writeText(const std::string& text, const std::string& out);
+
+/// "kill:N" or "nospace:N" as the fault it names; nothing for any other
+/// text.
+std::optional<WriteFault> parseWriteFault(std::string_view text);
+
+}  // namespace fluxgrid::tool
