@@ -61,40 +61,37 @@ const LayoutTable* findLayout(std::string_view name) {
     return nullptr;
 }
 
+namespace {
+
+struct FrameWords {
+    const char* name;
+    const char* axes;
+    const char* unit;
+};
+
+// In the order of `LayoutFrame`.
+constexpr FrameWords kFrameWords[] = {
+    {"head", "x to the subject's left, y to the top of the head, z to the back; millimetres", "mm"},
+    {"sphere", "x to the nose, y to the subject's left, z to the vertex; sphere of radius 100", ""},
+    {"net", "x to the subject's right, y to the nose, z to the vertex; centimetres", "cm"},
+};
+
+const FrameWords& wordsOf(LayoutFrame frame) {
+    return kFrameWords[static_cast<std::size_t>(frame)];
+}
+
+}  // namespace
+
 const char* frameName(LayoutFrame frame) {
-    switch (frame) {
-        case LayoutFrame::head:
-            return "head";
-        case LayoutFrame::sphere:
-            return "sphere";
-        case LayoutFrame::net:
-            return "net";
-    }
-    return "";
+    return wordsOf(frame).name;
 }
 
 const char* frameAxes(LayoutFrame frame) {
-    switch (frame) {
-        case LayoutFrame::head:
-            return "x to the subject's left, y to the top of the head, z to the back; millimetres";
-        case LayoutFrame::sphere:
-            return "x to the nose, y to the subject's left, z to the vertex; sphere of radius 100";
-        case LayoutFrame::net:
-            return "x to the subject's right, y to the nose, z to the vertex; centimetres";
-    }
-    return "";
+    return wordsOf(frame).axes;
 }
 
 const char* frameUnit(LayoutFrame frame) {
-    switch (frame) {
-        case LayoutFrame::head:
-            return "mm";
-        case LayoutFrame::sphere:
-            return "";
-        case LayoutFrame::net:
-            return "cm";
-    }
-    return "";
+    return wordsOf(frame).unit;
 }
 
 std::array<double, 3> toVertexUp(LayoutFrame frame, const std::array<double, 3>& p) {
