@@ -19,33 +19,12 @@
 #include <string>
 #include <vector>
 
-namespace fluxgrid::test {
-
-// Reaches the bodies that the file entry keeps to itself.
-struct MEGSensorFilePeer {
-    static int serialize20190201(CMEGSensor09File& s, CArchive& ar) {
-        return s.serialize20190201(ar);
-    }
-    static int serialize20140513(CMEGSensor09File& s, CArchive& ar) {
-        return s.serialize20140513(ar);
-    }
-    static int serialize20091117(CMEGSensor09File& s, CArchive& ar) {
-        return s.serialize20091117(ar);
-    }
-    static int serialize20080101(CMEGSensor09File& s, CArchive& ar) {
-        return s.serialize20080101(ar);
-    }
-};
-
-}  // namespace fluxgrid::test
-
 namespace {
 
 using fluxgrid::sensor::hardwareRecordKind;
 using fluxgrid::sensor::makeHardwareRecord;
 using fluxgrid::test::ByteBuilder;
 using fluxgrid::test::loadFromBytes;
-using fluxgrid::test::MEGSensorFilePeer;
 using fluxgrid::test::MessageBoxRecorder;
 using fluxgrid::test::sampleDouble;
 using fluxgrid::test::sampleInt;
@@ -753,41 +732,6 @@ TEST(MEGSensorFile, Version20190201IsRefusedAndTheSensorKeepsItsRecord) {
     fluxgrid::test::expectSquidFiledFieldsEq(*squidOf(expected), *squidOf(s));
 }
 
-TEST(MEGSensorFile, PrivateBody20190201LoadsWhenCalledDirectly) {
-    CMEGSensorqv source;
-    fillSensor(source, 4);
-    CMegOpmqv opm;
-    fluxgrid::test::fillOpm(opm, 4);
-    const std::vector<BYTE> body =
-        body20190201(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
-    CMEGSensorqv s;
-    makeUsedSquidSensor(s);
-    const int geomFlagBefore = s.geomFlag;
-    const std::weak_ptr<CMegGrdBscqv> oldRecord = s.hardware;
-    int result = -1;
-    const std::size_t taken = loadFromBytes(
-        body, [&](CArchive& ar) { result = MEGSensorFilePeer::serialize20190201(s, ar); });
-    EXPECT_EQ(result, 1);
-    EXPECT_EQ(taken, body.size());
-    EXPECT_TRUE(oldRecord.expired());
-    EXPECT_EQ(s.hardwareType, 1);
-    fluxgrid::test::expectOpmFiledFieldsEq(opm, *opmOf(s));
-    CMEGSensorqv expected;
-    fillSensor(expected, 4);
-    expected.geomFlag = geomFlagBefore;  // this version does not hold it
-    expected.geomWordA = s.geomWordA;
-    expected.geomTextA = s.geomTextA;
-    expected.geomTailA = s.geomTailA;
-    expected.hardwareType = 1;
-    expectSensorFieldsEq(expected, s);
-
-    result = -1;
-    EXPECT_BYTES_EQ(body, storeToBytes([&](CArchive& ar) {
-                        result = MEGSensorFilePeer::serialize20190201(s, ar);
-                    }));
-    EXPECT_EQ(result, 1);
-}
-
 // ---------------------------------------------------------------------------
 // The old versions.
 
@@ -963,37 +907,6 @@ TEST_P(OldVersion, FailedAllocationReturnsZeroBeforeReadingWithTypeZero) {
     EXPECT_EQ(s.hardwareType, 0);
     EXPECT_EQ(s.hardware, nullptr);
     EXPECT_EQ(s.snsShowName, "SnsShow");
-}
-
-TEST_P(OldVersion, StoreDirectionOfThePrivateBodyWritesTheLayout) {
-    const int version = GetParam();
-    CMEGSensorqv s;
-    makeUsedSquidSensor(s);
-    const CMegSquidqv& r = *squidOf(s);
-    std::vector<BYTE> golden;
-    if (version == 20140513) {
-        golden = body20140513(s, r);
-    } else {
-        // Both occurrences of sensorType are the sensor's, the reserved
-        // double 0.0.
-        golden = body2008(version, s, r, s.sensorType, 0);
-    }
-    int result = -1;
-    const std::vector<BYTE> stored = storeToBytes([&](CArchive& ar) {
-        switch (version) {
-            case 20080101:
-                result = MEGSensorFilePeer::serialize20080101(s, ar);
-                break;
-            case 20091117:
-                result = MEGSensorFilePeer::serialize20091117(s, ar);
-                break;
-            default:
-                result = MEGSensorFilePeer::serialize20140513(s, ar);
-                break;
-        }
-    });
-    EXPECT_EQ(result, 1);
-    EXPECT_BYTES_EQ(golden, stored);
 }
 
 INSTANTIATE_TEST_SUITE_P(AcceptedOldVersions, OldVersion,

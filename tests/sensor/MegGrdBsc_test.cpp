@@ -2,6 +2,7 @@
 #include <fluxgrid/sensor/MegOpm.h>
 #include <fluxgrid/sensor/MegSquid.h>
 
+#include "sensor/GradBlock.h"
 #include "support/ByteBuilder.h"
 #include "support/HardwareRecords.h"
 #include "support/Harness.h"
