@@ -106,24 +106,7 @@ TYPED_TEST(HardwareRecord, ResetSensorsGivesTheBlockDefaultsAndKeepsTheName) {
     EXPECT_EQ(record.gradAuxNo, Kind::kCarriesGradAuxNo ? 0 : 515);
     EXPECT_EQ(Kind::total(record), 0);
     EXPECT_EQ(Kind::current(record), 0);
-    EXPECT_EQ(record.hardwareNo, 0);
-    EXPECT_BITS_EQ(1.0, record.neuromagFactor);
-    EXPECT_BITS_EQ(0.0, record.gainOffset);
-    EXPECT_BITS_EQ(1e17, record.scaleConstant);
-    EXPECT_BITS_EQ(1.0, record.properGain);
-    EXPECT_BITS_EQ(1.0, record.secondGain);
-    EXPECT_BITS_EQ(1.0, record.thirdGain);
-    EXPECT_BITS_EQ(1.0, record.totalGain);
-    EXPECT_EQ(record.gradOrderNo, 0);
-    EXPECT_FALSE(record.realIdealCoefMode);
-    EXPECT_FALSE(record.adaptiveBalance);
-    EXPECT_BITS_EQ(0.0, record.auxValue1);
-    EXPECT_BITS_EQ(0.0, record.auxValue2);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_BITS_EQ(0.0, record.auxVectorA[i]);
-        EXPECT_BITS_EQ(0.0, record.auxVectorB[i]);
-        EXPECT_EQ(record.auxFlags[i], 0);
-    }
+    fluxgrid::test::expectBlockDefaults(record);
 }
 
 TYPED_TEST(HardwareRecord, InitSensorInfoStoresTheGainChainAndTouchesNoCountAndNoElement) {
