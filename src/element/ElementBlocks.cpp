@@ -1,4 +1,4 @@
-#include <fluxgrid/element/ElementBlocks.h>
+#include "ElementBlocks.h"
 
 #include <algorithm>
 

@@ -1,6 +1,7 @@
-#include <fluxgrid/element/ElementBlocks.h>
 #include <fluxgrid/element/MagCoil.h>
 #include <fluxgrid/frame/FileFrame.h>
+
+#include "ElementBlocks.h"
 
 #include <algorithm>
 

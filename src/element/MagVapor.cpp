@@ -1,6 +1,7 @@
-#include <fluxgrid/element/ElementBlocks.h>
 #include <fluxgrid/element/MagVapor.h>
 #include <fluxgrid/frame/FileFrame.h>
+
+#include "ElementBlocks.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,8 @@
 #include <fluxgrid/platform/MessageBox.h>
 #include <fluxgrid/sensor/MEGSensor.h>
 
+#include "GradBlock.h"
+
 #include <algorithm>
 #include <atomic>
 #include <new>

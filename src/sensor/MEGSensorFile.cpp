@@ -4,6 +4,8 @@
 #include <fluxgrid/frame/FileFrame.h>
 #include <fluxgrid/sensor/MEGSensor.h>
 
+#include "GradBlock.h"
+
 namespace {
 
 constexpr const char16_t* kMagic = u"MEGSENSORQV";
@@ -193,20 +195,7 @@ int CMEGSensor09File::serialize20140513(CArchive& ar) {
         ar << snsAuxName;
         ar << snsFileNo;
         ar << sensorType;
-        ar << r.hardwareNo;
-        ar << r.neuromagFactor;
-        ar << r.gainOffset;
-        ar << r.scaleConstant;
-        ar << r.properGain;
-        ar << r.secondGain;
-        ar << r.thirdGain;
-        ar << r.totalGain;
-        ar << r.gradOrderNo;
-        ar << r.gradAuxNo;
-        ar << r.realIdealCoefMode;
-        ar << r.adaptiveBalance;
-        ar << r.auxValue1;
-        ar << r.auxValue2;
+        sensor::storeGainChain(ar, r, sensor::GradAux::carried);
         ar << snsAuxNo;
         storeWideRows(ar, *this, r);
         ar << w12Evaluate;
@@ -222,20 +211,7 @@ int CMEGSensor09File::serialize20140513(CArchive& ar) {
         ar >> snsAuxName;
         ar >> snsFileNo;
         ar >> sensorType;
-        ar >> r.hardwareNo;
-        ar >> r.neuromagFactor;
-        ar >> r.gainOffset;
-        ar >> r.scaleConstant;
-        ar >> r.properGain;
-        ar >> r.secondGain;
-        ar >> r.thirdGain;
-        ar >> r.totalGain;
-        ar >> r.gradOrderNo;
-        ar >> r.gradAuxNo;
-        ar >> r.realIdealCoefMode;
-        ar >> r.adaptiveBalance;
-        ar >> r.auxValue1;
-        ar >> r.auxValue2;
+        sensor::loadGainChain(ar, r, sensor::GradAux::carried);
         ar >> snsAuxNo;
         loadWideRows(ar, *this, r);
         ar >> w12Evaluate;

@@ -1,6 +1,8 @@
 #include <fluxgrid/frame/FileFrame.h>
 #include <fluxgrid/sensor/MegGrdBsc.h>
 
+#include "GradBlock.h"
+
 #include <algorithm>
 
 CMegGrdBsc::CMegGrdBsc()

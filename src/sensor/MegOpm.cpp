@@ -1,5 +1,7 @@
 #include <fluxgrid/sensor/MegOpm.h>
 
+#include "GradBlock.h"
+
 namespace {
 constexpr const char16_t* kMagic = u"MEGOPMQV";
 }  // namespace

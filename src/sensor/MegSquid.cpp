@@ -1,5 +1,7 @@
 #include <fluxgrid/sensor/MegSquid.h>
 
+#include "GradBlock.h"
+
 namespace {
 constexpr const char16_t* kMagic = u"MSQUIDQV";
 }  // namespace

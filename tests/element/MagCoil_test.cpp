@@ -1,7 +1,8 @@
 #include <fluxgrid/element/MagCoil.h>
 
-#include "element/ElementRecordBuilders.h"
+#include "support/ElementRecordBuilders.h"
 #include "support/Harness.h"
+#include "support/Truncation.h"
 
 #include <cmath>
 #include <cstring>
@@ -334,16 +335,10 @@ TEST_P(MagCoilFileVersions, LoadKeepsFieldsTheVersionDoesNotHold) {
 
 TEST_P(MagCoilFileVersions, EveryShorterPrefixRaisesEndOfFile) {
     const auto record = coilRecord(GetParam(), ElementValues()).bytes();
-    for (std::size_t length = 0; length < record.size(); ++length) {
-        const std::vector<BYTE> prefix(record.begin(), record.begin() + length);
+    fluxgrid::test::expectEveryTruncationRaisesEndOfFile(record, [](CArchive& ar) {
         CMagCoilqv coil;
-        try {
-            loadCoil(coil, prefix);
-            ADD_FAILURE() << "no exception for a prefix of " << length << " bytes";
-        } catch (const CArchiveException& e) {
-            EXPECT_EQ(e.m_cause, CArchiveException::endOfFile) << "prefix of " << length;
-        }
-    }
+        coil.serializeqv(ar);
+    });
 }
 
 TEST_P(MagCoilFileVersions, LoadedOldRecordStoresAsNewestWithPreviousValuesInNewFields) {

@@ -1,7 +1,8 @@
 #include <fluxgrid/element/MagVapor.h>
 
-#include "element/ElementRecordBuilders.h"
+#include "support/ElementRecordBuilders.h"
 #include "support/Harness.h"
+#include "support/Truncation.h"
 
 #include <cstring>
 
@@ -233,16 +234,10 @@ TEST_P(MagVaporFileVersions, LoadKeepsWhatTheVersionDoesNotHold) {
 
 TEST_P(MagVaporFileVersions, EveryShorterPrefixRaisesEndOfFile) {
     const auto record = vaporRecord(GetParam(), cellValues()).bytes();
-    for (std::size_t length = 0; length < record.size(); ++length) {
-        const std::vector<BYTE> prefix(record.begin(), record.begin() + length);
+    fluxgrid::test::expectEveryTruncationRaisesEndOfFile(record, [](CArchive& ar) {
         CMagVaporqv cell;
-        try {
-            loadVapor(cell, prefix);
-            ADD_FAILURE() << "no exception for a prefix of " << length << " bytes";
-        } catch (const CArchiveException& e) {
-            EXPECT_EQ(e.m_cause, CArchiveException::endOfFile) << "prefix of " << length;
-        }
-    }
+        cell.serializeqv(ar);
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(BothVersions, MagVaporFileVersions, ::testing::Values(20190121, 20211230));

@@ -6,7 +6,7 @@
 #include <fluxgrid/headloc/HeadLocationTrial.h>
 #include <fluxgrid/records/Fiducial.h>
 
-#include "records/RecordBuilders.h"
+#include "support/RecordBuilders.h"
 
 namespace fluxgrid::test {
 

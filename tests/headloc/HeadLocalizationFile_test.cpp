@@ -2,6 +2,7 @@
 
 #include "headloc/HeadLocTestSupport.h"
 #include "support/Harness.h"
+#include "support/Truncation.h"
 
 #include <string>
 #include <vector>
@@ -534,7 +535,7 @@ TEST(HeadLocalizationFile, ARefusedSetInsideAnEntryKeepsTheEntryAndReadingGoesOn
 TEST(HeadLocalizationFile, EveryShorterPrefixOfAFileWithEntriesRaisesEndOfFile) {
     const std::vector<BYTE> bytes = richFile(kWritten);
     MessageBoxRecorder boxes;
-    expectEveryPrefixRunsOut(bytes, [](CArchive& ar) {
+    expectEveryTruncationRaisesEndOfFile(bytes, [](CArchive& ar) {
         CHeadLocalizationqv hl;
         hl.serializeqv(ar);
     });

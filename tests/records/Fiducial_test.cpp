@@ -1,7 +1,8 @@
 #include <fluxgrid/records/Fiducial.h>
 
-#include "records/RecordBuilders.h"
 #include "support/Harness.h"
+#include "support/RecordBuilders.h"
+#include "support/Truncation.h"
 
 #include <type_traits>
 #include <typeinfo>
@@ -175,7 +176,7 @@ TEST(Fiducial, EveryShorterPrefixRaisesEndOfFile) {
     ByteBuilder golden;
     appendSet(golden, markedSet(4));
     MessageBoxRecorder boxes;
-    expectEveryPrefixRunsOut(golden.bytes(), [](CArchive& ar) {
+    expectEveryTruncationRaisesEndOfFile(golden.bytes(), [](CArchive& ar) {
         CFiducialqv set;
         set.serialize(ar);
     });

@@ -1,7 +1,8 @@
 #include <fluxgrid/records/FiduciaryPt.h>
 
-#include "records/RecordBuilders.h"
 #include "support/Harness.h"
+#include "support/RecordBuilders.h"
+#include "support/Truncation.h"
 
 #include <type_traits>
 #include <typeinfo>
@@ -182,7 +183,7 @@ TEST(FiduciaryPt, EveryShorterPrefixRaisesEndOfFile) {
     ByteBuilder golden;
     appendPoint(golden, markedPoint(3));
     MessageBoxRecorder boxes;
-    expectEveryPrefixRunsOut(golden.bytes(), [](CArchive& ar) {
+    expectEveryTruncationRaisesEndOfFile(golden.bytes(), [](CArchive& ar) {
         CFiduciaryPtqv point;
         point.serialize(ar);
     });

@@ -1,7 +1,8 @@
 #include <fluxgrid/records/Sphere.h>
 
-#include "records/RecordBuilders.h"
 #include "support/Harness.h"
+#include "support/RecordBuilders.h"
+#include "support/Truncation.h"
 
 #include <type_traits>
 #include <typeinfo>
@@ -126,7 +127,7 @@ TEST(Sphere, AnotherMagicOrVersionGivesZeroWithoutAMessageAndLeavesTheSphereAlon
 TEST(Sphere, EveryShorterPrefixRaisesEndOfFile) {
     ByteBuilder golden;
     appendSphere(golden, markedSphere(8));
-    expectEveryPrefixRunsOut(golden.bytes(), [](CArchive& ar) {
+    expectEveryTruncationRaisesEndOfFile(golden.bytes(), [](CArchive& ar) {
         CSphereqv sphere;
         sphere.serialize(ar);
     });

@@ -8,6 +8,8 @@
 #include "support/ElementRecords.h"
 #include "support/HardwareRecords.h"
 #include "support/Harness.h"
+#include "support/SensorRecords.h"
+#include "support/Truncation.h"
 
 #include <gtest/gtest.h>
 
@@ -19,36 +21,22 @@
 #include <string>
 #include <vector>
 
-namespace fluxgrid::test {
-
-// Reaches the bodies that the file entry keeps to itself.
-struct MEGSensorFilePeer {
-    static int serialize20190201(CMEGSensor09File& s, CArchive& ar) {
-        return s.serialize20190201(ar);
-    }
-    static int serialize20140513(CMEGSensor09File& s, CArchive& ar) {
-        return s.serialize20140513(ar);
-    }
-    static int serialize20091117(CMEGSensor09File& s, CArchive& ar) {
-        return s.serialize20091117(ar);
-    }
-    static int serialize20080101(CMEGSensor09File& s, CArchive& ar) {
-        return s.serialize20080101(ar);
-    }
-};
-
-}  // namespace fluxgrid::test
-
 namespace {
 
 using fluxgrid::sensor::hardwareRecordKind;
 using fluxgrid::sensor::makeHardwareRecord;
+using fluxgrid::test::appendSensorFrame;
 using fluxgrid::test::ByteBuilder;
 using fluxgrid::test::loadFromBytes;
-using fluxgrid::test::MEGSensorFilePeer;
 using fluxgrid::test::MessageBoxRecorder;
 using fluxgrid::test::sampleDouble;
 using fluxgrid::test::sampleInt;
+using fluxgrid::test::sensorBody2008;
+using fluxgrid::test::sensorBody20140513;
+using fluxgrid::test::sensorBody20200210;
+using fluxgrid::test::sensorFile;
+using fluxgrid::test::sensorFile20190201;
+using fluxgrid::test::sensorFile20200210;
 using fluxgrid::test::storeToBytes;
 
 constexpr const char* kNotSensorFile = "The opened file is not MEG sensor file or corrupted!";
@@ -138,182 +126,18 @@ void expectSensorFieldsEq(const CMEGSensor& e, const CMEGSensor& a) {
 }
 
 // ---------------------------------------------------------------------------
-// Golden bytes, field by field from the layout tables.
+// Golden bytes, field by field from the layout tables (support/SensorRecords).
 
-void appendFrame(ByteBuilder& out, int version) {
-    out.wide(u"MEGSENSORQV");  // 0: FF FE FF 0B and 22 bytes of text
-    out.i32(version);          // 26
-}
-
-void appendStrings(ByteBuilder& out, const CMEGSensor& s) {
-    out.wide(s.snsRawName.str());
-    out.wide(s.snsShowName.str());
-    out.wide(s.snsAuxName.str());
-}
-
-// Body of 20200210 (with geomFlag) or 20190201 (without), through
-// `hardwareType`; offsets as in 20200210.
-void appendRecordBodyHead(ByteBuilder& out, const CMEGSensor& s, bool withGeomFlag,
-                          int hardwareType) {
-    if (withGeomFlag) {
-        out.i32(s.geomFlag);  // 0
-    }
-    out.i32(s.backupNo);           // 4
-    appendStrings(out, s);         // 8
-    out.i32(s.snsFileNo);          // B+0
-    out.i32(s.sensorType);         // B+4
-    out.i32(s.snsAuxNo);           // B+8
-    for (int i = 0; i < 4; ++i) {  // B+12: rows of 24 bytes
-        out.f64(s.snsPos4[i]);
-        out.f64(s.snsOri4[i]);
-        out.f64(s.locSph[i]);
-    }
-    out.i32(s.w12Evaluate);         // B+108
-    out.i32(s.w12AuxNo);            // B+112
-    out.i32(s.coefAuxNo);           // B+116
-    for (double v : s.w12Values) {  // B+120: 96 bytes
-        out.f64(v);
-    }
-    out.i32(hardwareType);  // B+216
-}
-
-std::vector<BYTE> body20200210(const CMEGSensor& s, int hardwareType, int flag,
-                               const std::vector<BYTE>& nested) {
-    ByteBuilder out;
-    appendRecordBodyHead(out, s, true, hardwareType);
-    out.i32(flag);    // B+220
-    out.raw(nested);  // B+224
-    return out.bytes();
-}
-
-std::vector<BYTE> file20200210(const CMEGSensor& s, int hardwareType, int flag,
-                               const std::vector<BYTE>& nested) {
-    ByteBuilder out;
-    appendFrame(out, 20200210);
-    out.raw(body20200210(s, hardwareType, flag, nested));
-    return out.bytes();
-}
-
-std::vector<BYTE> body20190201(const CMEGSensor& s, int hardwareType, int flag,
-                               const std::vector<BYTE>& nested) {
-    ByteBuilder out;
-    appendRecordBodyHead(out, s, false, hardwareType);
-    out.i32(flag);
-    out.raw(nested);
-    return out.bytes();
-}
-
-std::vector<BYTE> file20190201(const CMEGSensor& s, int hardwareType, int flag,
-                               const std::vector<BYTE>& nested) {
-    ByteBuilder out;
-    appendFrame(out, 20190201);
-    out.raw(body20190201(s, hardwareType, flag, nested));
-    return out.bytes();
-}
-
-// The six-column rows of the old bodies.
-void appendWideRows(ByteBuilder& out, const CMEGSensor& s, const CMegGrdBsc& r) {
-    for (int i = 0; i < 4; ++i) {  // rows of 44 bytes
-        out.f64(s.snsPos4[i]);
-        out.f64(s.snsOri4[i]);
-        out.f64(s.locSph[i]);
-        out.f64(r.auxVectorA[i]);
-        out.f64(r.auxVectorB[i]);
-        out.i32(r.auxFlags[i]);
-    }
-}
-
-void appendInlineCoils(ByteBuilder& out, const CMegSquid& r) {
-    for (int i = 0; i < 8; ++i) {
-        fluxgrid::test::appendCoilRecord20211230(out, r.coilDewar[i]);
-        fluxgrid::test::appendCoilRecord20211230(out, r.coilHead[i]);
-        fluxgrid::test::appendCoilRecord20211230(out, r.coilWork[i]);
-    }
-}
-
-std::vector<BYTE> body20140513(const CMEGSensor& s, const CMegSquid& r) {
-    ByteBuilder out;
-    out.i32(s.backupNo);               // 0
-    appendStrings(out, s);             // 4
-    out.i32(s.snsFileNo);              // B+0
-    out.i32(s.sensorType);             // B+4
-    out.i32(r.hardwareNo);             // B+8
-    out.f64(r.neuromagFactor);         // B+12
-    out.f64(r.gainOffset);             // B+20
-    out.f64(r.scaleConstant);          // B+28
-    out.f64(r.properGain);             // B+36
-    out.f64(r.secondGain);             // B+44
-    out.f64(r.thirdGain);              // B+52
-    out.f64(r.totalGain);              // B+60
-    out.i32(r.gradOrderNo);            // B+68
-    out.i32(r.gradAuxNo);              // B+72
-    out.boolean(r.realIdealCoefMode);  // B+76
-    out.boolean(r.adaptiveBalance);    // B+77
-    out.f64(r.auxValue1);              // B+78
-    out.f64(r.auxValue2);              // B+86
-    out.i32(s.snsAuxNo);               // B+94
-    appendWideRows(out, s, r);         // B+98: 176 bytes
-    out.i32(s.w12Evaluate);            // B+274
-    out.i32(s.w12AuxNo);               // B+278
-    out.i32(s.coefAuxNo);              // B+282
-    for (double v : s.w12Values) {     // B+286: 96 bytes
-        out.f64(v);
-    }
-    out.i32(r.totalCoils);      // B+382
-    out.i32(r.currentCoilID);   // B+386
-    appendInlineCoils(out, r);  // B+390
-    return out.bytes();
-}
-
-// Bodies of 20080101 and 20091117. `firstSensorType` is the first of the
-// two occurrences; the sensor's own value goes into the second.
-std::vector<BYTE> body2008(int version, const CMEGSensor& s, const CMegSquid& r,
-                           int firstSensorType, std::uint64_t reservedBits) {
-    ByteBuilder out;
-    appendStrings(out, s);             // 0
-    out.i32(s.backupNo);               // B+0
-    out.i32(firstSensorType);          // B+4
-    out.i32(r.hardwareNo);             // B+8
-    out.f64(r.properGain);             // B+12
-    out.f64(r.secondGain);             // B+20
-    out.f64(r.thirdGain);              // B+28
-    out.f64(r.gainOffset);             // B+36
-    out.i32(r.totalCoils);             // B+44
-    out.i32(r.currentCoilID);          // B+48
-    out.i32(r.gradOrderNo);            // B+52
-    out.i32(r.gradAuxNo);              // B+56
-    out.f64(r.scaleConstant);          // B+60
-    out.f64(r.totalGain);              // B+68
-    out.boolean(r.realIdealCoefMode);  // B+76
-    out.boolean(r.adaptiveBalance);    // B+77
-    out.i32(s.sensorType);             // B+78: the second sensorType
-    out.u64(reservedBits);             // B+82: reserved double
-    out.f64(r.auxValue1);              // B+90
-    out.f64(r.auxValue2);              // B+98
-    out.i32(s.snsAuxNo);               // B+106
-    appendWideRows(out, s, r);         // B+110: 176 bytes
-    appendInlineCoils(out, r);         // B+286
-    if (version == 20091117) {
-        out.i32(s.coefAuxNo);
-        for (double v : s.w12Values) {
-            out.f64(v);
-        }
-    }
-    return out.bytes();
-}
-
-std::vector<BYTE> withFrame(int version, const std::vector<BYTE>& body) {
-    ByteBuilder out;
-    appendFrame(out, version);
-    out.raw(body);
-    return out.bytes();
-}
+// The nested coils of the old bodies built here are coil records of the
+// newest version; the sample files carry those of their own time.
+constexpr int kInlineCoilVersion = 20211230;
 
 std::vector<BYTE> oldFile(int version, const CMEGSensor& s, const CMegSquid& r) {
     if (version == 20140513) {
-        return withFrame(version, body20140513(s, r));
+        return sensorFile(version, sensorBody20140513(s, r, kInlineCoilVersion));
     }
-    return withFrame(version, body2008(version, s, r, s.sensorType + 1, 0));
+    return sensorFile(version,
+                      sensorBody2008(version, s, r, kInlineCoilVersion, s.sensorType + 1, 0));
 }
 
 std::int32_t int32At(const std::vector<BYTE>& bytes, std::size_t offset) {
@@ -425,7 +249,7 @@ TEST(MEGSensorFile, NewSensorFileLoadedIntoASensorWithARecordLeavesNoRecord) {
 TEST(MEGSensorFile, Golden20200210WithoutRecordLoadsAndStoresByteForByte) {
     CMEGSensorqv source;
     fillSensor(source, 1);
-    const std::vector<BYTE> golden = file20200210(source, -1, 0, {});
+    const std::vector<BYTE> golden = sensorFile20200210(source, -1, 0, {});
     CMEGSensorqv s;
     makeUsedSquidSensor(s);
     std::size_t taken = 0;
@@ -450,7 +274,7 @@ TEST(MEGSensorFile, Golden20200210WithSquidRecordLoadsAndStoresByteForByte) {
     CMegSquidqv record;
     fluxgrid::test::fillSquid(record, 2);
     const std::vector<BYTE> golden =
-        file20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
+        sensorFile20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
 
     MessageBoxRecorder boxes;
     CMEGSensorqv s;
@@ -480,7 +304,7 @@ TEST(MEGSensorFile, Golden20200210WithOpmRecordLoadsAndStoresByteForByte) {
     CMegOpmqv record;
     fluxgrid::test::fillOpm(record, 3);
     const std::vector<BYTE> golden =
-        file20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(record));
+        sensorFile20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(record));
 
     MessageBoxRecorder boxes;
     CMEGSensorqv s;
@@ -505,7 +329,7 @@ TEST(MEGSensorFile, BareBody20200210IsThePublicBodyWithoutTheFrame) {
     CMegSquidqv record;
     fluxgrid::test::fillSquid(record, 4);
     const std::vector<BYTE> body =
-        body20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
+        sensorBody20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
     CMEGSensorqv s;
     int result = -1;
     const std::size_t taken =
@@ -521,7 +345,7 @@ TEST(MEGSensorFile, BareBody20200210IsThePublicBodyWithoutTheFrame) {
 TEST(MEGSensorFile, TypeSevenWithFlagOneLoadsWithoutReadingBehindTheFlag) {
     CMEGSensorqv source;
     fillSensor(source, 5);
-    std::vector<BYTE> bytes = file20200210(source, 7, 1, {});
+    std::vector<BYTE> bytes = sensorFile20200210(source, 7, 1, {});
     const std::size_t fileEnd = bytes.size();
     bytes.push_back(0xAB);  // what follows the flag is not read
     bytes.push_back(0xCD);
@@ -540,7 +364,7 @@ TEST(MEGSensorFile, TypeOneWithFlagZeroGivesAnOpmSensorWithoutRecord) {
     fillSensor(source, 6);
     CMEGSensorqv s;
     makeUsedSquidSensor(s);
-    EXPECT_EQ(loadFile(s, file20200210(source, 1, 0, {})), 1);
+    EXPECT_EQ(loadFile(s, sensorFile20200210(source, 1, 0, {})), 1);
     EXPECT_EQ(s.hardwareType, 1);
     EXPECT_EQ(s.hardware, nullptr);
     EXPECT_EQ(s.getTotalCoils(), -1);
@@ -553,7 +377,7 @@ TEST(MEGSensorFile, TypeZeroWithFlagTwoReadsANestedSquidRecord) {
     CMegSquidqv record;
     fluxgrid::test::fillSquid(record, 7);
     const std::vector<BYTE> bytes =
-        file20200210(source, 0, 2, fluxgrid::test::squidRecord20190201(record));
+        sensorFile20200210(source, 0, 2, fluxgrid::test::squidRecord20190201(record));
     CMEGSensorqv s;
     std::size_t taken = 0;
     EXPECT_EQ(loadFile(s, bytes, &taken), 1);
@@ -562,7 +386,7 @@ TEST(MEGSensorFile, TypeZeroWithFlagTwoReadsANestedSquidRecord) {
     fluxgrid::test::expectSquidFiledFieldsEq(record, *squidOf(s));
     // Stored again, the flag is written as 1.
     const std::vector<BYTE> stored = storeFile(s);
-    EXPECT_BYTES_EQ(file20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record)),
+    EXPECT_BYTES_EQ(sensorFile20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record)),
                     stored);
 }
 
@@ -579,7 +403,8 @@ TEST(MEGSensorFile, CountsOutOfRangeFromAFileNeverReachPastTheEightSlots) {
     squid.currentCoilID = 100;
 
     CMEGSensorqv o;
-    ASSERT_EQ(loadFile(o, file20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(opm))), 1);
+    ASSERT_EQ(loadFile(o, sensorFile20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(opm))),
+              1);
     EXPECT_EQ(o.getTotalCoils(), 12);
     EXPECT_EQ(o.getCurrentCoilID(), 100);
     EXPECT_EQ(o.getCoil(-1), nullptr);
@@ -591,8 +416,9 @@ TEST(MEGSensorFile, CountsOutOfRangeFromAFileNeverReachPastTheEightSlots) {
     EXPECT_EQ(o.setCoilsDewar2work(), 1);
 
     CMEGSensorqv q;
-    ASSERT_EQ(loadFile(q, file20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(squid))),
-              1);
+    ASSERT_EQ(
+        loadFile(q, sensorFile20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(squid))),
+        1);
     EXPECT_EQ(q.getTotalCoils(), 9);
     EXPECT_EQ(q.getCoilWkHdDw(2, -1), nullptr);
     EXPECT_EQ(q.isAxialGrad(), 0);
@@ -610,7 +436,7 @@ TEST(MEGSensorFile, StoreOfSquidTypeWithoutRecordWritesFlagZeroAndReturnsOne) {
         int result = -1;
         const std::vector<BYTE> bytes = storeFile(s, &result);
         EXPECT_EQ(result, 1);
-        EXPECT_BYTES_EQ(file20200210(s, type, 0, {}), bytes);
+        EXPECT_BYTES_EQ(sensorFile20200210(s, type, 0, {}), bytes);
     }
 }
 
@@ -621,7 +447,7 @@ TEST(MEGSensorFile, StoreOfAnUnknownTypeWithARecordLeftBehindWritesFlagZero) {
     int result = -1;
     const std::vector<BYTE> bytes = storeFile(s, &result);
     EXPECT_EQ(result, 1);
-    EXPECT_BYTES_EQ(file20200210(s, 5, 0, {}), bytes);
+    EXPECT_BYTES_EQ(sensorFile20200210(s, 5, 0, {}), bytes);
     EXPECT_NE(s.hardware, nullptr);
 }
 
@@ -632,7 +458,7 @@ TEST(MEGSensorFile, NestedRecordOfTheWrongMagicIsRefusedAndTheRecordStays) {
     fluxgrid::test::fillOpm(opm, 2);
     // Type 0 announces a SQUID record, and an OPM record follows.
     const std::vector<BYTE> bytes =
-        file20200210(source, 0, 1, fluxgrid::test::opmRecord20190201(opm));
+        sensorFile20200210(source, 0, 1, fluxgrid::test::opmRecord20190201(opm));
     MessageBoxRecorder boxes;
     CMEGSensorqv s;
     EXPECT_EQ(loadFile(s, bytes), 0);
@@ -650,7 +476,7 @@ TEST(MEGSensorFile, NestedRecordOfAnotherVersionIsRefusedWithTheRecordsOwnWords)
     nested.wide(u"MEGOPMQV").i32(20190202);
     MessageBoxRecorder boxes;
     CMEGSensorqv s;
-    EXPECT_EQ(loadFile(s, file20200210(source, 1, 1, nested.bytes())), 0);
+    EXPECT_EQ(loadFile(s, sensorFile20200210(source, 1, 1, nested.bytes())), 0);
     EXPECT_EQ(boxes.texts(), std::vector<std::string>{"Wrong MSQUID file format!!?"});
     EXPECT_EQ(s.hardwareType, 1);
     EXPECT_NE(s.getBscSns(), nullptr);
@@ -662,7 +488,7 @@ TEST(MEGSensorFile, FailedAllocationOfTheNestedRecordReturnsZeroWithTheTypeAsRea
     CMegOpmqv opm;
     fluxgrid::test::fillOpm(opm, 3);
     const std::vector<BYTE> bytes =
-        file20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
+        sensorFile20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
     CMEGSensorqv s;
     makeUsedSquidSensor(s);
     const auto previous = fluxgrid::sensor::setHardwareRecordAllocator(
@@ -676,7 +502,7 @@ TEST(MEGSensorFile, FailedAllocationOfTheNestedRecordReturnsZeroWithTheTypeAsRea
 
 TEST(MEGSensorFile, LoadReleasesTheOldRecordBeforeTheFirstByteOfTheBody) {
     ByteBuilder bytes;
-    appendFrame(bytes, 20200210);
+    appendSensorFrame(bytes, 20200210);
     bytes.i32(3);  // geomFlag, then the file ends
     CMEGSensorqv s;
     makeUsedSquidSensor(s);
@@ -713,7 +539,7 @@ TEST(MEGSensorFile, UnknownVersionIsRefusedWithZeroAndTheSensorUnchanged) {
     for (int version : {20211231, 20080102, 0, -1}) {
         SCOPED_TRACE("version " + std::to_string(version));
         ByteBuilder bytes;
-        appendFrame(bytes, version);
+        appendSensorFrame(bytes, version);
         bytes.i32(1).i32(2).i32(3);
         CMEGSensorqv s;
         makeUsedSquidSensor(s);
@@ -736,7 +562,7 @@ TEST(MEGSensorFile, Version20190201IsRefusedAndTheSensorKeepsItsRecord) {
     CMegOpmqv opm;
     fluxgrid::test::fillOpm(opm, 4);
     const std::vector<BYTE> bytes =
-        file20190201(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
+        sensorFile20190201(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
     CMEGSensorqv s;
     makeUsedSquidSensor(s);
     CMegGrdBscqv* const before = s.hardware.get();
@@ -751,41 +577,6 @@ TEST(MEGSensorFile, Version20190201IsRefusedAndTheSensorKeepsItsRecord) {
     makeUsedSquidSensor(expected);
     expectSensorFieldsEq(expected, s);
     fluxgrid::test::expectSquidFiledFieldsEq(*squidOf(expected), *squidOf(s));
-}
-
-TEST(MEGSensorFile, PrivateBody20190201LoadsWhenCalledDirectly) {
-    CMEGSensorqv source;
-    fillSensor(source, 4);
-    CMegOpmqv opm;
-    fluxgrid::test::fillOpm(opm, 4);
-    const std::vector<BYTE> body =
-        body20190201(source, 1, 1, fluxgrid::test::opmRecord20190201(opm));
-    CMEGSensorqv s;
-    makeUsedSquidSensor(s);
-    const int geomFlagBefore = s.geomFlag;
-    const std::weak_ptr<CMegGrdBscqv> oldRecord = s.hardware;
-    int result = -1;
-    const std::size_t taken = loadFromBytes(
-        body, [&](CArchive& ar) { result = MEGSensorFilePeer::serialize20190201(s, ar); });
-    EXPECT_EQ(result, 1);
-    EXPECT_EQ(taken, body.size());
-    EXPECT_TRUE(oldRecord.expired());
-    EXPECT_EQ(s.hardwareType, 1);
-    fluxgrid::test::expectOpmFiledFieldsEq(opm, *opmOf(s));
-    CMEGSensorqv expected;
-    fillSensor(expected, 4);
-    expected.geomFlag = geomFlagBefore;  // this version does not hold it
-    expected.geomWordA = s.geomWordA;
-    expected.geomTextA = s.geomTextA;
-    expected.geomTailA = s.geomTailA;
-    expected.hardwareType = 1;
-    expectSensorFieldsEq(expected, s);
-
-    result = -1;
-    EXPECT_BYTES_EQ(body, storeToBytes([&](CArchive& ar) {
-                        result = MEGSensorFilePeer::serialize20190201(s, ar);
-                    }));
-    EXPECT_EQ(result, 1);
 }
 
 // ---------------------------------------------------------------------------
@@ -915,7 +706,7 @@ TEST_P(OldVersion, MigratesToTheNewestVersionOnTheNextStore) {
         expectedRecord.neuromagFactor = 0.0;
     }
     const std::vector<BYTE> golden =
-        file20200210(expected, 0, 1, fluxgrid::test::squidRecord20190201(expectedRecord));
+        sensorFile20200210(expected, 0, 1, fluxgrid::test::squidRecord20190201(expectedRecord));
     EXPECT_BYTES_EQ(golden, stored);
 
     // The points of the migration, read straight from the bytes.
@@ -965,37 +756,6 @@ TEST_P(OldVersion, FailedAllocationReturnsZeroBeforeReadingWithTypeZero) {
     EXPECT_EQ(s.snsShowName, "SnsShow");
 }
 
-TEST_P(OldVersion, StoreDirectionOfThePrivateBodyWritesTheLayout) {
-    const int version = GetParam();
-    CMEGSensorqv s;
-    makeUsedSquidSensor(s);
-    const CMegSquidqv& r = *squidOf(s);
-    std::vector<BYTE> golden;
-    if (version == 20140513) {
-        golden = body20140513(s, r);
-    } else {
-        // Both occurrences of sensorType are the sensor's, the reserved
-        // double 0.0.
-        golden = body2008(version, s, r, s.sensorType, 0);
-    }
-    int result = -1;
-    const std::vector<BYTE> stored = storeToBytes([&](CArchive& ar) {
-        switch (version) {
-            case 20080101:
-                result = MEGSensorFilePeer::serialize20080101(s, ar);
-                break;
-            case 20091117:
-                result = MEGSensorFilePeer::serialize20091117(s, ar);
-                break;
-            default:
-                result = MEGSensorFilePeer::serialize20140513(s, ar);
-                break;
-        }
-    });
-    EXPECT_EQ(result, 1);
-    EXPECT_BYTES_EQ(golden, stored);
-}
-
 INSTANTIATE_TEST_SUITE_P(AcceptedOldVersions, OldVersion,
                          ::testing::Values(20080101, 20091117, 20140513),
                          [](const ::testing::TestParamInfo<int>& info) {
@@ -1008,8 +768,8 @@ TEST(MEGSensorFile, Version20080101TheSecondSensorTypeWins) {
     file.sensorType = 100;
     CMegSquidqv fileRecord;
     fluxgrid::test::fillSquid(fileRecord, 5);
-    const std::vector<BYTE> bytes =
-        withFrame(20080101, body2008(20080101, file, fileRecord, 302, 0));
+    const std::vector<BYTE> bytes = sensorFile(
+        20080101, sensorBody2008(20080101, file, fileRecord, kInlineCoilVersion, 302, 0));
     CMEGSensorqv s;
     EXPECT_EQ(loadFile(s, bytes), 1);
     EXPECT_EQ(s.sensorType, 100);
@@ -1023,7 +783,8 @@ TEST(MEGSensorFile, Version20080101ReservedDoubleOfAnyBitsHasNoEffect) {
     CMegSquidqv fileRecord;
     fluxgrid::test::fillSquid(fileRecord, 6);
     CMEGSensorqv reference;
-    ASSERT_EQ(loadFile(reference, withFrame(20080101, body2008(20080101, file, fileRecord, 1, 0))),
+    ASSERT_EQ(loadFile(reference, sensorFile(20080101, sensorBody2008(20080101, file, fileRecord,
+                                                                      kInlineCoilVersion, 1, 0))),
               1);
     const std::vector<BYTE> referenceStore = storeFile(reference);
     for (std::uint64_t bits : {0x7FF8000000000123ull, 0x7FF0000000000000ull, 0xFFFFFFFFFFFFFFFFull,
@@ -1031,8 +792,8 @@ TEST(MEGSensorFile, Version20080101ReservedDoubleOfAnyBitsHasNoEffect) {
         SCOPED_TRACE("reserved bits " + std::to_string(bits));
         CMEGSensorqv s;
         std::size_t taken = 0;
-        const std::vector<BYTE> bytes =
-            withFrame(20080101, body2008(20080101, file, fileRecord, 1, bits));
+        const std::vector<BYTE> bytes = sensorFile(
+            20080101, sensorBody2008(20080101, file, fileRecord, kInlineCoilVersion, 1, bits));
         EXPECT_EQ(loadFile(s, bytes, &taken), 1);
         EXPECT_EQ(taken, bytes.size());
         EXPECT_BYTES_EQ(referenceStore, storeFile(s));
@@ -1114,40 +875,34 @@ TEST(MEGSensorFile, EveryShorterPrefixOfAFileWithANestedRecordRaisesEndOfFile) {
     CMegSquidqv record;
     fluxgrid::test::fillSquid(record, 9);
     const std::vector<BYTE> bytes =
-        file20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
+        sensorFile20200210(source, 0, 1, fluxgrid::test::squidRecord20190201(record));
     const std::size_t recordStart =
         bytes.size() - fluxgrid::test::squidRecord20190201(record).size();
 
     MessageBoxRecorder boxes;
-    std::size_t raised = 0;
-    for (std::size_t n = 0; n < bytes.size(); ++n) {
-        const std::vector<BYTE> prefix(bytes.begin(), bytes.begin() + n);
-        CMEGSensorqv s;
-        s.hardwareType = 1;
-        s.hardware = makeHardwareRecord(1);
-        CMegGrdBscqv* const old = s.hardware.get();
-        int cause = -1;
-        try {
-            loadFile(s, prefix);
-        } catch (const CArchiveException& e) {
-            cause = e.m_cause;
-        }
-        if (cause == CArchiveException::endOfFile) {
-            ++raised;
-        } else {
-            ADD_FAILURE() << "prefix of " << n << " bytes: cause " << cause;
-        }
-        // Before the body the sensor is untouched; inside it the old record
-        // is gone, and a new one stands once the flag has been read.
+    // The sensor outlives each load, so that what it holds after the
+    // exception can be looked at.
+    std::unique_ptr<CMEGSensorqv> s;
+    const CMegGrdBscqv* old = nullptr;
+    const auto load = [&](CArchive& ar) {
+        s = std::make_unique<CMEGSensorqv>();
+        s->hardwareType = 1;
+        s->hardware = makeHardwareRecord(1);
+        old = s->hardware.get();
+        s->serializeqv(ar);
+    };
+    // Before the body the sensor is untouched; inside it the old record is
+    // gone, and a new one stands once the flag has been read.
+    const auto afterEach = [&](std::size_t n) {
         if (n < kFrameSize) {
-            EXPECT_EQ(s.hardware.get(), old) << n;
+            EXPECT_EQ(s->hardware.get(), old) << n;
         } else if (n < recordStart) {
-            EXPECT_EQ(s.hardware, nullptr) << n;
+            EXPECT_EQ(s->hardware, nullptr) << n;
         } else {
-            EXPECT_EQ(hardwareRecordKind(s.hardware), 0) << n;
+            EXPECT_EQ(hardwareRecordKind(s->hardware), 0) << n;
         }
-    }
-    EXPECT_EQ(raised, bytes.size());
+    };
+    fluxgrid::test::expectEveryTruncationRaisesEndOfFile(bytes, load, {.afterEach = afterEach});
     EXPECT_TRUE(boxes.texts().empty());
 }
 
@@ -1157,7 +912,7 @@ TEST(MEGSensorFile, FileDeliveredInSmallPiecesLoadsTheSame) {
     CMegOpmqv record;
     fluxgrid::test::fillOpm(record, 3);
     const std::vector<BYTE> golden =
-        file20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(record));
+        sensorFile20200210(source, 1, 1, fluxgrid::test::opmRecord20190201(record));
     for (UINT piece : {1u, 3u, 7u, 4096u}) {
         SCOPED_TRACE("piece " + std::to_string(piece));
         fluxgrid::test::TrickleFile file(golden, piece);
@@ -1181,10 +936,10 @@ TEST(MEGSensorFile, NarrowNamesAreReadAndStoredWide) {
     source.snsShowName = CString("S1");
     source.snsAuxName = CString("");
     ByteBuilder narrow;
-    appendFrame(narrow, 20200210);
+    appendSensorFrame(narrow, 20200210);
     narrow.i32(source.geomFlag).i32(source.backupNo);
     narrow.narrow("R1").narrow("S1").narrow("");
-    const std::vector<BYTE> wide = file20200210(source, -1, 0, {});
+    const std::vector<BYTE> wide = sensorFile20200210(source, -1, 0, {});
     // The rest of the body as in the wide file.
     const std::size_t wideRest = kFrameSize + 8 + 8 + 8 + 4;
     narrow.raw(std::vector<BYTE>(wide.begin() + wideRest, wide.end()));

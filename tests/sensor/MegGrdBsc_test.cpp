@@ -2,6 +2,7 @@
 #include <fluxgrid/sensor/MegOpm.h>
 #include <fluxgrid/sensor/MegSquid.h>
 
+#include "sensor/GradBlock.h"
 #include "support/ByteBuilder.h"
 #include "support/HardwareRecords.h"
 #include "support/Harness.h"
@@ -13,33 +14,13 @@ namespace {
 
 using fluxgrid::sensor::GradAux;
 using fluxgrid::test::ByteBuilder;
+using fluxgrid::test::expectBlockDefaults;
 using fluxgrid::test::expectBlockFiledFieldsEq;
 using fluxgrid::test::fillBlock;
 using fluxgrid::test::loadFromBytes;
 using fluxgrid::test::storeToBytes;
 
 constexpr std::uint64_t k1e17Bits = 0x4376345785D8A000ull;
-
-void expectBlockDefaults(const CMegGrdBsc& block) {
-    EXPECT_EQ(block.hardwareNo, 0);
-    EXPECT_BITS_EQ(1.0, block.neuromagFactor);
-    EXPECT_BITS_EQ(0.0, block.gainOffset);
-    EXPECT_EQ(fluxgrid::test::bitsOf(block.scaleConstant), k1e17Bits);
-    EXPECT_BITS_EQ(1.0, block.properGain);
-    EXPECT_BITS_EQ(1.0, block.secondGain);
-    EXPECT_BITS_EQ(1.0, block.thirdGain);
-    EXPECT_BITS_EQ(1.0, block.totalGain);
-    EXPECT_EQ(block.gradOrderNo, 0);
-    EXPECT_FALSE(block.realIdealCoefMode);
-    EXPECT_FALSE(block.adaptiveBalance);
-    EXPECT_BITS_EQ(0.0, block.auxValue1);
-    EXPECT_BITS_EQ(0.0, block.auxValue2);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_BITS_EQ(0.0, block.auxVectorA[i]);
-        EXPECT_BITS_EQ(0.0, block.auxVectorB[i]);
-        EXPECT_EQ(block.auxFlags[i], 0);
-    }
-}
 
 TEST(MegGrdBsc, ConstructionGivesEmptyNameAndZeroNumbers) {
     CMegGrdBscqv block;

@@ -1,3 +1,5 @@
+// The OPM record "MEGOPMQV": what it does unlike the SQUID record. What
+// both records do alike is tested over both in HardwareRecord_test.cpp.
 #include <fluxgrid/sensor/MegOpm.h>
 
 #include "support/ByteBuilder.h"
@@ -22,10 +24,6 @@ using fluxgrid::test::loadFromBytes;
 using fluxgrid::test::MessageBoxRecorder;
 using fluxgrid::test::opmRecord20190201;
 using fluxgrid::test::storeToBytes;
-using fluxgrid::test::TrickleFile;
-
-constexpr const char* kNotMegFile = "The opened file is not MEG file or corrupted!";
-constexpr const char* kWrongSquidFormat = "Wrong MSQUID file format!!?";
 
 int int32At(const std::vector<BYTE>& bytes, std::size_t offset) {
     std::uint32_t value = 0;
@@ -110,36 +108,14 @@ TEST(MegOpm, CheckInitVaporsKeepsTheCountWithinOneToEightAndMakesCellZeroCurrent
     }
 }
 
-TEST(MegOpm, ResetSensorsGivesDefaultsNamesTheDewarCellsAndLeavesGradAuxNoAndName) {
+// The block's defaults after a reset, and gradAuxNo and the name left:
+// HardwareRecord_test.cpp.
+TEST(MegOpm, ResetSensorsNamesTheDewarCellsAndResetsEveryCell) {
     CMegOpmqv record;
     fillOpm(record, 1);
-    record.gradAuxNo = 515;
-    record.hardwareName = CString("Helmet");
 
     EXPECT_EQ(record.resetSensors(), 1);
 
-    EXPECT_EQ(record.gradAuxNo, 515);
-    EXPECT_EQ(record.hardwareName, "Helmet");
-    EXPECT_EQ(record.totalVapors, 0);
-    EXPECT_EQ(record.currentVaporID, 0);
-    EXPECT_EQ(record.hardwareNo, 0);
-    EXPECT_BITS_EQ(1.0, record.neuromagFactor);
-    EXPECT_BITS_EQ(0.0, record.gainOffset);
-    EXPECT_BITS_EQ(1e17, record.scaleConstant);
-    EXPECT_BITS_EQ(1.0, record.properGain);
-    EXPECT_BITS_EQ(1.0, record.secondGain);
-    EXPECT_BITS_EQ(1.0, record.thirdGain);
-    EXPECT_BITS_EQ(1.0, record.totalGain);
-    EXPECT_EQ(record.gradOrderNo, 0);
-    EXPECT_FALSE(record.realIdealCoefMode);
-    EXPECT_FALSE(record.adaptiveBalance);
-    EXPECT_BITS_EQ(0.0, record.auxValue1);
-    EXPECT_BITS_EQ(0.0, record.auxValue2);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_BITS_EQ(0.0, record.auxVectorA[i]);
-        EXPECT_BITS_EQ(0.0, record.auxVectorB[i]);
-        EXPECT_EQ(record.auxFlags[i], 0);
-    }
     for (int i = 0; i < 8; ++i) {
         SCOPED_TRACE("cell " + std::to_string(i));
         EXPECT_EQ(record.vaporDewar[i].coilName, "OPMg" + std::to_string(i));
@@ -156,37 +132,6 @@ TEST(MegOpm, ResetSensorsGivesDefaultsNamesTheDewarCellsAndLeavesGradAuxNoAndNam
     fillVapor(filled, 100 + 2 * 3 + 1 + 1, u"x");
     EXPECT_BITS_EQ(filled.vaporPairTable[11][1][2], record.vaporHead[2].vaporPairTable[11][1][2]);
     EXPECT_EQ(filled.coilTurns, record.vaporHead[2].coilTurns);
-}
-
-TEST(MegOpm, InitSensorInfoStoresTheGainChainAndTouchesNoCountAndNoCell) {
-    CMegOpmqv record;
-    fillOpm(record, 2);
-    const CMegOpmqv before(record);
-
-    EXPECT_EQ(record.initSensorInfo(-3, 1, 0.7, 0.11, 0.13, -1.5), 1);
-
-    EXPECT_EQ(record.hardwareNo, -3);
-    EXPECT_EQ(record.gradOrderNo, 1);
-    EXPECT_BITS_EQ(0.7, record.properGain);
-    EXPECT_BITS_EQ(0.11, record.secondGain);
-    EXPECT_BITS_EQ(0.13, record.thirdGain);
-    EXPECT_BITS_EQ(-1.5, record.gainOffset);
-    EXPECT_BITS_EQ((0.7 * 0.11) * 0.13, record.totalGain);
-    EXPECT_EQ(record.totalVapors, before.totalVapors);
-    EXPECT_EQ(record.currentVaporID, before.currentVaporID);
-    EXPECT_EQ(record.gradAuxNo, before.gradAuxNo);
-    for (int i = 0; i < 8; ++i) {
-        expectVaporFiledFieldsEq(before.vaporDewar[i], record.vaporDewar[i]);
-    }
-}
-
-TEST(MegOpm, StoreGivesTheHandBuiltRecordByteForByte) {
-    CMegOpmqv record;
-    fillOpm(record, 3);
-
-    const auto bytes = storeRecord(record);
-
-    EXPECT_BYTES_EQ(opmRecord20190201(record), bytes);
 }
 
 TEST(MegOpm, HandBuiltRecordHasTheFieldsAtTheirOffsets) {
@@ -217,25 +162,6 @@ TEST(MegOpm, HandBuiltRecordHasTheFieldsAtTheirOffsets) {
     EXPECT_EQ(bytes[194 + 3 * kCellRecordSize + 26 + 8], '1');
 }
 
-TEST(MegOpm, LoadOfTheHandBuiltRecordGivesEveryFieldAndLeavesGradAuxNo) {
-    CMegOpmqv expected;
-    fillOpm(expected, 5);
-    const auto bytes = opmRecord20190201(expected);
-
-    CMegOpmqv record;
-    record.gradAuxNo = 9090;
-    MessageBoxRecorder boxes;
-    const std::size_t taken =
-        loadFromBytes(bytes, [&](CArchive& ar) { EXPECT_EQ(record.serialize(ar), 1); });
-
-    EXPECT_EQ(taken, bytes.size());
-    EXPECT_TRUE(boxes.boxes().empty());
-    expectOpmFiledFieldsEq(expected, record);
-    EXPECT_EQ(record.gradAuxNo, 9090);
-    // A load replaces all 24 names, the dewar names included.
-    EXPECT_EQ(record.vaporDewar[0].coilName, "Dw0");
-}
-
 TEST(MegOpm, ALoadLeavesTheCellsUnfiledFields) {
     CMegOpmqv expected;
     fillOpm(expected, 6);
@@ -250,21 +176,6 @@ TEST(MegOpm, ALoadLeavesTheCellsUnfiledFields) {
     EXPECT_EQ(record.vaporWork[4].coilTurns, 12);
     EXPECT_BITS_EQ(0.5, record.vaporWork[4].coilArea);
     EXPECT_EQ(record.vaporWork[4].vaporAuxNo, 31);
-}
-
-TEST(MegOpm, LoadThroughAFileThatDeliversSmallPiecesGivesEveryField) {
-    CMegOpmqv expected;
-    fillOpm(expected, 7);
-    TrickleFile file(opmRecord20190201(expected), 3);
-
-    CMegOpmqv record;
-    {
-        CArchive ar(&file, CArchive::load, 32);
-        EXPECT_EQ(record.serialize(ar), 1);
-    }
-
-    EXPECT_EQ(file.GetPosition(), file.GetLength());
-    expectOpmFiledFieldsEq(expected, record);
 }
 
 TEST(MegOpm, ANewRecordStoresItsDefaultsAndTwentyFourResetCells) {
@@ -404,54 +315,6 @@ TEST(MegOpm, CopyConstructionCopiesEveryFieldOfEveryCell) {
     EXPECT_BITS_EQ(source.vaporWork[6].rotateDeg, copy.vaporWork[6].rotateDeg);
 }
 
-TEST(MegOpm, ASquidMagicAtThisPositionIsRefusedAsNotAMegFile) {
-    ByteBuilder bytes;
-    bytes.wide(u"MSQUIDQV").i32(20190201).i32(1);
-
-    CMegOpmqv record;
-    fillOpm(record, 15);
-    const CMegOpmqv before(record);
-    MessageBoxRecorder boxes;
-    int result = -1;
-    const std::size_t taken =
-        loadFromBytes(bytes.bytes(), [&](CArchive& ar) { result = record.serialize(ar); });
-
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(taken, 20u);
-    ASSERT_EQ(boxes.boxes().size(), 1u);
-    EXPECT_EQ(boxes.boxes()[0].text, kNotMegFile);
-    EXPECT_EQ(boxes.boxes()[0].type, MB_OK);
-    EXPECT_EQ(boxes.boxes()[0].helpId, 0u);
-    expectOpmFiledFieldsEq(before, record);
-}
-
-TEST(MegOpm, AnotherVersionShowsTheMsquidWordsAndReturnsZero) {
-    for (int version : {20190202, 20190131, 20211230, 0}) {
-        SCOPED_TRACE("version " + std::to_string(version));
-        CMegOpmqv written;
-        fillOpm(written, 16);
-        std::vector<BYTE> bytes = opmRecord20190201(written);
-        bytes[20] = static_cast<BYTE>(version);
-        bytes[21] = static_cast<BYTE>(version >> 8);
-        bytes[22] = static_cast<BYTE>(version >> 16);
-        bytes[23] = static_cast<BYTE>(version >> 24);
-
-        CMegOpmqv record;
-        const CMegOpmqv before(record);
-        MessageBoxRecorder boxes;
-        int result = -1;
-        const std::size_t taken =
-            loadFromBytes(bytes, [&](CArchive& ar) { result = record.serialize(ar); });
-
-        EXPECT_EQ(result, 0);
-        EXPECT_EQ(taken, 24u);
-        ASSERT_EQ(boxes.boxes().size(), 1u);
-        EXPECT_EQ(boxes.boxes()[0].text, kWrongSquidFormat);
-        EXPECT_EQ(boxes.boxes()[0].type, MB_OK);
-        expectOpmFiledFieldsEq(before, record);
-    }
-}
-
 TEST(MegOpm, ACellOfUnknownVersionCostsItsMessageAndReadingGoesOnInPlace) {
     CMegOpmqv written;
     fillOpm(written, 17);
@@ -481,64 +344,6 @@ TEST(MegOpm, ACellOfUnknownVersionCostsItsMessageAndReadingGoesOnInPlace) {
     EXPECT_EQ(record.vaporHead[2].coilName, "OPM");
     expectVaporFiledFieldsEq(written.vaporWork[2], record.vaporWork[2]);
     expectVaporFiledFieldsEq(written.vaporDewar[3], record.vaporDewar[3]);
-}
-
-TEST(MegOpm, EveryShorterPrefixRaisesEndOfFile) {
-    CMegOpmqv written;
-    fillOpm(written, 18);
-    const auto bytes = opmRecord20190201(written);
-    MessageBoxRecorder boxes;
-
-    std::size_t raisedEndOfFile = 0;
-    std::size_t otherOutcomes = 0;
-    for (std::size_t length = 0; length < bytes.size(); ++length) {
-        CMemFile file(bytes.data(), static_cast<UINT>(length));
-        CMegOpmqv record;
-        try {
-            CArchive ar(&file, CArchive::load);
-            record.serialize(ar);
-            ++otherOutcomes;
-        } catch (const CArchiveException& e) {
-            if (e.m_cause == CArchiveException::endOfFile) {
-                ++raisedEndOfFile;
-            } else {
-                ++otherOutcomes;
-            }
-        }
-    }
-
-    EXPECT_EQ(raisedEndOfFile, bytes.size());
-    EXPECT_EQ(otherOutcomes, 0u);
-    EXPECT_TRUE(boxes.boxes().empty());
-}
-
-TEST(MegOpm, PrefixesDeliveredInSmallPiecesRaiseEndOfFile) {
-    CMegOpmqv written;
-    fillOpm(written, 19);
-    const auto bytes = opmRecord20190201(written);
-    MessageBoxRecorder boxes;
-
-    std::vector<std::size_t> lengths;
-    for (std::size_t length = 0; length < 194 + 400; ++length)
-        lengths.push_back(length);
-    for (std::size_t length = 594; length < bytes.size(); length += 89)
-        lengths.push_back(length);
-    lengths.push_back(bytes.size() - 1);
-
-    std::size_t raisedEndOfFile = 0;
-    for (std::size_t length : lengths) {
-        TrickleFile file(std::vector<BYTE>(bytes.begin(), bytes.begin() + length), 3);
-        CMegOpmqv record;
-        try {
-            CArchive ar(&file, CArchive::load, 16);
-            record.serialize(ar);
-        } catch (const CArchiveException& e) {
-            raisedEndOfFile += e.m_cause == CArchiveException::endOfFile ? 1 : 0;
-        }
-    }
-
-    EXPECT_EQ(raisedEndOfFile, lengths.size());
-    EXPECT_TRUE(boxes.boxes().empty());
 }
 
 TEST(MegOpm, ARecordCutInsideTheBlockKeepsWhatWasReadAndTheRestAsItWas) {

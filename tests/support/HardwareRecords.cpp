@@ -132,6 +132,27 @@ std::vector<BYTE> opmRecord20190201(const CMegOpm& record) {
     return out.bytes();
 }
 
+void expectBlockDefaults(const CMegGrdBsc& block) {
+    EXPECT_EQ(block.hardwareNo, 0);
+    EXPECT_BITS_EQ(1.0, block.neuromagFactor);
+    EXPECT_BITS_EQ(0.0, block.gainOffset);
+    EXPECT_EQ(bitsOf(block.scaleConstant), 0x4376345785D8A000ull);  // 1e17
+    EXPECT_BITS_EQ(1.0, block.properGain);
+    EXPECT_BITS_EQ(1.0, block.secondGain);
+    EXPECT_BITS_EQ(1.0, block.thirdGain);
+    EXPECT_BITS_EQ(1.0, block.totalGain);
+    EXPECT_EQ(block.gradOrderNo, 0);
+    EXPECT_FALSE(block.realIdealCoefMode);
+    EXPECT_FALSE(block.adaptiveBalance);
+    EXPECT_BITS_EQ(0.0, block.auxValue1);
+    EXPECT_BITS_EQ(0.0, block.auxValue2);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_BITS_EQ(0.0, block.auxVectorA[i]);
+        EXPECT_BITS_EQ(0.0, block.auxVectorB[i]);
+        EXPECT_EQ(block.auxFlags[i], 0);
+    }
+}
+
 void expectBlockFiledFieldsEq(const CMegGrdBsc& expected, const CMegGrdBsc& actual,
                               bool withGradAuxNo) {
     EXPECT_EQ(expected.hardwareNo, actual.hardwareNo);

@@ -42,6 +42,11 @@ void appendOpmRecord20190201(ByteBuilder& out, const CMegOpm& record);
 std::vector<BYTE> squidRecord20190201(const CMegSquid& record);
 std::vector<BYTE> opmRecord20190201(const CMegOpm& record);
 
+/// Checks the block's defaults after a reset, every field but `hardwareName`
+/// and `gradAuxNo`: `hardwareNo` 0, `neuromagFactor` 1.0, `gainOffset` 0.0,
+/// `scaleConstant` 1e17, the four gains 1.0, `gradOrderNo` 0, both flags
+/// false, the auxiliary values, vectors and flags 0.
+void expectBlockDefaults(const CMegGrdBsc& block);
 /// Checks every filed number of the block, bit for bit for doubles;
 /// `gradAuxNo` only when `withGradAuxNo`. `hardwareName` is not compared.
 void expectBlockFiledFieldsEq(const CMegGrdBsc& expected, const CMegGrdBsc& actual,

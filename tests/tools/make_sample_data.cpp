@@ -13,10 +13,11 @@
 // same name in COMMITTED_DIR, and that folder must hold no other file.
 #include <fluxgrid/fluxgrid.h>
 
-#include "element/ElementRecordBuilders.h"
-#include "records/RecordBuilders.h"
 #include "support/ByteBuilder.h"
+#include "support/ElementRecordBuilders.h"
 #include "support/HardwareRecords.h"
+#include "support/RecordBuilders.h"
+#include "support/SensorRecords.h"
 
 #include <cmath>
 #include <cstdio>
@@ -30,7 +31,7 @@
 namespace {
 
 using fluxgrid::test::ByteBuilder;
-using fluxgrid::test::ElementValues;
+using fluxgrid::test::valuesOf;
 namespace fs = std::filesystem;
 
 using Files = std::map<std::string, std::vector<BYTE>>;
@@ -96,55 +97,6 @@ void buildOpmSensor(CMEGSensorqv& s) {
     s.setCoilsDewar2work();
 }
 
-ElementValues valuesOf(const CBscMagSns& e) {
-    ElementValues v;
-    v.name = e.coilName.str();
-    v.coilTurns = e.coilTurns;
-    v.coilArea = e.coilArea;
-    v.coilAuxValue = e.coilAuxValue;
-    v.unitScale = e.unitScale;
-    v.coilAuxNo = e.coilAuxNo;
-    v.coilShape = e.coilShape;
-    v.magApha = e.magApha;
-    v.coilAuxNo2 = e.coilAuxNo2;
-    v.coilAuxValue2 = e.coilAuxValue2;
-    v.coilAuxValue3 = e.coilAuxValue3;
-    v.rotateRad = e.rotateRad;
-    v.rotateDeg = e.rotateDeg;
-    for (int i = 0; i < 4; ++i) {
-        v.pos[i] = e.posP4[i];
-        v.ori[i] = e.oriP4[i];
-        v.nml[i] = e.nmlDirXYZW[i];
-        v.axis[i] = e.axisRotate[i];
-        v.vct[i] = e.vctXYRD[i];
-        for (int r = 0; r < 4; ++r) {
-            v.aux[r][i] = e.auxRows[r][i];
-        }
-    }
-    for (int g = 0; g < 12; ++g) {
-        for (int k = 0; k < 2; ++k) {
-            for (int j = 0; j < 3; ++j) {
-                v.pairs[g][k][j] = e.pairTable[g][k][j];
-            }
-        }
-    }
-    return v;
-}
-
-ElementValues valuesOf(const CMagVapor& cell) {
-    ElementValues v = valuesOf(static_cast<const CBscMagSns&>(cell));
-    v.vaporShape = cell.vaporShape;
-    v.vaporAuxNo2 = cell.vaporAuxNo2;
-    for (int g = 0; g < 12; ++g) {
-        for (int k = 0; k < 2; ++k) {
-            for (int j = 0; j < 3; ++j) {
-                v.pairs[g][k][j] = cell.vaporPairTable[g][k][j];
-            }
-        }
-    }
-    return v;
-}
-
 // ---------------------------------------------------------------------------
 // Files stored by the library.
 
@@ -162,133 +114,36 @@ std::vector<BYTE> stored(Store store) {
 // ---------------------------------------------------------------------------
 // Old sensor files, from their layouts.
 
-void appendSensorFrame(ByteBuilder& out, int version) {
-    out.wide(u"MEGSENSORQV");  // 0
-    out.i32(version);          // 26
-}
-
-void appendNames(ByteBuilder& out, const CMEGSensor& s) {
-    out.wide(s.snsRawName.str());
-    out.wide(s.snsShowName.str());
-    out.wide(s.snsAuxName.str());
-}
-
-// Four rows of six columns: the sensor's three and the record's three.
-void appendSixColumnRows(ByteBuilder& out, const CMEGSensor& s, const CMegGrdBsc& r) {
-    for (int i = 0; i < 4; ++i) {
-        out.f64(s.snsPos4[i]);
-        out.f64(s.snsOri4[i]);
-        out.f64(s.locSph[i]);
-        out.f64(r.auxVectorA[i]);
-        out.f64(r.auxVectorB[i]);
-        out.i32(r.auxFlags[i]);
-    }
-}
-
-// The 24 coil records, interleaved by index, in the coil version of the era.
-void appendInlineCoils(ByteBuilder& out, const CMegSquid& r, int coilVersion) {
-    for (int i = 0; i < 8; ++i) {
-        out.raw(fluxgrid::test::coilRecord(coilVersion, valuesOf(r.coilDewar[i])).bytes());
-        out.raw(fluxgrid::test::coilRecord(coilVersion, valuesOf(r.coilHead[i])).bytes());
-        out.raw(fluxgrid::test::coilRecord(coilVersion, valuesOf(r.coilWork[i])).bytes());
+// The coil version of the era of an old sensor version: the nested coil
+// records are those that the system of the time wrote.
+int coilVersionOfEra(int sensorVersion) {
+    switch (sensorVersion) {
+        case 20080101:
+            return 20080102;
+        case 20091117:
+            return 20091117;
+        default:
+            return 20140513;
     }
 }
 
 std::vector<BYTE> sensorFile2008(int version, const CMEGSensor& s, const CMegSquid& r) {
-    ByteBuilder out;
-    appendSensorFrame(out, version);
-    appendNames(out, s);                                                   // 0
-    out.i32(s.backupNo);                                                   // B+0
-    out.i32(s.sensorType);                                                 // B+4
-    out.i32(r.hardwareNo);                                                 // B+8
-    out.f64(r.properGain);                                                 // B+12
-    out.f64(r.secondGain);                                                 // B+20
-    out.f64(r.thirdGain);                                                  // B+28
-    out.f64(r.gainOffset);                                                 // B+36
-    out.i32(r.totalCoils);                                                 // B+44
-    out.i32(r.currentCoilID);                                              // B+48
-    out.i32(r.gradOrderNo);                                                // B+52
-    out.i32(r.gradAuxNo);                                                  // B+56
-    out.f64(r.scaleConstant);                                              // B+60
-    out.f64(r.totalGain);                                                  // B+68
-    out.boolean(r.realIdealCoefMode);                                      // B+76
-    out.boolean(r.adaptiveBalance);                                        // B+77
-    out.i32(s.sensorType);                                                 // B+78: the second one
-    out.f64(0.0);                                                          // B+82: reserved
-    out.f64(r.auxValue1);                                                  // B+90
-    out.f64(r.auxValue2);                                                  // B+98
-    out.i32(s.snsAuxNo);                                                   // B+106
-    appendSixColumnRows(out, s, r);                                        // B+110
-    appendInlineCoils(out, r, version == 20080101 ? 20080102 : 20091117);  // B+286
-    if (version == 20091117) {
-        out.i32(s.coefAuxNo);
-        for (double value : s.w12Values) {
-            out.f64(value);
-        }
-    }
-    return out.bytes();
+    // Both occurrences of sensorType are the sensor's, the reserved double 0.0.
+    return fluxgrid::test::sensorFile(
+        version,
+        fluxgrid::test::sensorBody2008(version, s, r, coilVersionOfEra(version), s.sensorType, 0));
 }
 
 std::vector<BYTE> sensorFile20140513(const CMEGSensor& s, const CMegSquid& r) {
-    ByteBuilder out;
-    appendSensorFrame(out, 20140513);
-    out.i32(s.backupNo);               // 0
-    appendNames(out, s);               // 4
-    out.i32(s.snsFileNo);              // B+0
-    out.i32(s.sensorType);             // B+4
-    out.i32(r.hardwareNo);             // B+8
-    out.f64(r.neuromagFactor);         // B+12
-    out.f64(r.gainOffset);             // B+20
-    out.f64(r.scaleConstant);          // B+28
-    out.f64(r.properGain);             // B+36
-    out.f64(r.secondGain);             // B+44
-    out.f64(r.thirdGain);              // B+52
-    out.f64(r.totalGain);              // B+60
-    out.i32(r.gradOrderNo);            // B+68
-    out.i32(r.gradAuxNo);              // B+72
-    out.boolean(r.realIdealCoefMode);  // B+76
-    out.boolean(r.adaptiveBalance);    // B+77
-    out.f64(r.auxValue1);              // B+78
-    out.f64(r.auxValue2);              // B+86
-    out.i32(s.snsAuxNo);               // B+94
-    appendSixColumnRows(out, s, r);    // B+98
-    out.i32(s.w12Evaluate);            // B+274
-    out.i32(s.w12AuxNo);               // B+278
-    out.i32(s.coefAuxNo);              // B+282
-    for (double value : s.w12Values) {
-        out.f64(value);  // B+286
-    }
-    out.i32(r.totalCoils);                // B+382
-    out.i32(r.currentCoilID);             // B+386
-    appendInlineCoils(out, r, 20140513);  // B+390
-    return out.bytes();
+    return fluxgrid::test::sensorFile(
+        20140513, fluxgrid::test::sensorBody20140513(s, r, coilVersionOfEra(20140513)));
 }
 
 // Version 20190201: the body of 20200210 without geomFlag, here with a
-// nested OPM record. Sensors refuse this version.
+// nested OPM record (hardwareType 1, record flag 1). Sensors refuse this
+// version.
 std::vector<BYTE> sensorFile20190201(const CMEGSensor& s, const CMegOpm& r) {
-    ByteBuilder out;
-    appendSensorFrame(out, 20190201);
-    out.i32(s.backupNo);    // 0
-    appendNames(out, s);    // 4
-    out.i32(s.snsFileNo);   // B+0
-    out.i32(s.sensorType);  // B+4
-    out.i32(s.snsAuxNo);    // B+8
-    for (int i = 0; i < 4; ++i) {
-        out.f64(s.snsPos4[i]);  // B+12: rows of 24 bytes
-        out.f64(s.snsOri4[i]);
-        out.f64(s.locSph[i]);
-    }
-    out.i32(s.w12Evaluate);  // B+108
-    out.i32(s.w12AuxNo);     // B+112
-    out.i32(s.coefAuxNo);    // B+116
-    for (double value : s.w12Values) {
-        out.f64(value);  // B+120
-    }
-    out.i32(1);                                       // B+216: hardwareType
-    out.i32(1);                                       // B+220: record flag
-    fluxgrid::test::appendOpmRecord20190201(out, r);  // B+224
-    return out.bytes();
+    return fluxgrid::test::sensorFile20190201(s, 1, 1, fluxgrid::test::opmRecord20190201(r));
 }
 
 // ---------------------------------------------------------------------------

@@ -3,6 +3,14 @@
 /// position, orientation, the direction fields derived from the orientation,
 /// and the numbers of a pick-up loop. Coils and vapor cells are built on it.
 /// The frame is not a field: the record that holds the object decides it.
+///
+/// The coil and vapor cell records file the four-element arrays in four
+/// groups: group i (0 to 3) holds element i of each column, in column order:
+///   narrow (5):  posP4, oriP4, nmlDirXYZW, vctXYRD, auxRows[0]
+///   middle (8):  posP4, oriP4, nmlDirXYZW, vctXYRD, auxRows[0..3]
+///   wide (9):    posP4, oriP4, nmlDirXYZW, axisRotate, vctXYRD, auxRows[0..3]
+/// and a pair table in the pair block: for g 0 to 11 and j 0 to 2,
+/// table[g][1][j] and then table[g][0][j], the second vector's element first.
 #pragma once
 
 #include <fluxgrid/platform/CString.h>

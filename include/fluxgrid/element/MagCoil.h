@@ -16,7 +16,7 @@
 ///                       pair block                              970 + L bytes
 ///
 /// L is the length of the stored name (4 + 2n below 255 units); the groups
-/// and the pair block are described in ElementBlocks.h. A load takes only
+/// and the pair block are described in BscMagSns.h. A load takes only
 /// what its version holds: every other field keeps its value, and nothing
 /// is recomputed or converted.
 #pragma once

@@ -9,7 +9,7 @@
 ///   20211230  vaporShape, coilName, vaporAuxNo2, rotateRad, rotateDeg,
 ///             wide groups, pair block of vaporPairTable       910 + L bytes
 ///
-/// The groups and the pair block are described in ElementBlocks.h. Neither
+/// The groups and the pair block are described in BscMagSns.h. Neither
 /// version holds the loop numbers of the coil (turns, area, magApha,
 /// unitScale, coilShape, pairTable and the auxiliary values) or vaporAuxNo.
 #pragma once

@@ -109,10 +109,6 @@ HardwareRecord allocateHardwareRecord(int hardwareType);
 
 }  // namespace fluxgrid::sensor
 
-namespace fluxgrid::test {
-struct MEGSensorFilePeer;
-}  // namespace fluxgrid::test
-
 class CMEGSensor : public CGeomqv {
   public:
     /// `geomFlag` 1, `hardwareType` -1, no record, `snsAuxName` empty,
@@ -311,8 +307,6 @@ class CMEGSensor09File : public CMEGSensor {
     int serialize20200210(CArchive& ar);
 
   private:
-    friend struct fluxgrid::test::MEGSensorFilePeer;
-
     int serialize20190201(CArchive& ar);
     int serialize20140513(CArchive& ar);
     int serialize20091117(CArchive& ar);

@@ -1,13 +1,7 @@
 /// \file ElementBlocks.h
 /// The blocks that the coil and the vapor cell records share: the four
-/// element groups, in three widths, and the pair block.
-///
-/// A group i (0 to 3) holds element i of each column in column order:
-///   narrow (5):  posP4, oriP4, nmlDirXYZW, vctXYRD, auxRows[0]
-///   middle (8):  posP4, oriP4, nmlDirXYZW, vctXYRD, auxRows[0..3]
-///   wide (9):    posP4, oriP4, nmlDirXYZW, axisRotate, vctXYRD, auxRows[0..3]
-/// The pair block holds, for g 0 to 11 and j 0 to 2, table[g][1][j] and
-/// then table[g][0][j]: the second vector's element first.
+/// element groups, in three widths, and the pair block, as BscMagSns.h
+/// describes them. Internal to the library: no installed header includes it.
 #pragma once
 
 #include <fluxgrid/element/BscMagSns.h>

@@ -232,29 +232,3 @@ inline void expectSphere(const SphereValues& v, const CSphere& sphere) {
 }
 
 }  // namespace fluxgrid::test
-
-#include <fluxgrid/platform/Exceptions.h>
-
-#include <functional>
-#include <vector>
-
-namespace fluxgrid::test {
-
-/// Loads every proper prefix of `bytes` through `read`, which builds its own
-/// target each time, and expects each load to raise the end-of-file
-/// exception and nothing else.
-inline void expectEveryPrefixRunsOut(const std::vector<BYTE>& bytes,
-                                     const std::function<void(CArchive&)>& read) {
-    for (std::size_t n = 0; n < bytes.size(); ++n) {
-        const std::vector<BYTE> prefix(bytes.begin(), bytes.begin() + static_cast<long long>(n));
-        int cause = -1;
-        try {
-            loadFromBytes(prefix, read);
-        } catch (const CArchiveException& e) {
-            cause = e.m_cause;
-        }
-        ASSERT_EQ(CArchiveException::endOfFile, cause) << "prefix of " << n << " bytes";
-    }
-}
-
-}  // namespace fluxgrid::test
