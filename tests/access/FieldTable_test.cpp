@@ -39,6 +39,7 @@ using fluxgrid::test::FieldScope;
 using fluxgrid::test::fillFields;
 using fluxgrid::test::loadFromBytes;
 using fluxgrid::test::storeToBytes;
+using fluxgrid::test::valuesOf;
 using Diffs = std::vector<std::string>;
 
 // ---------------------------------------------------------------------------
@@ -298,38 +299,6 @@ std::vector<BYTE> store(T& object) {
     return storeToBytes([&](CArchive& ar) { object.serializeqv(ar); });
 }
 
-fluxgrid::test::ElementValues valuesOf(const CBscMagSns& e, const double (&pairs)[12][2][3]) {
-    fluxgrid::test::ElementValues v;
-    v.name = e.coilName.str();
-    v.coilTurns = e.coilTurns;
-    v.coilArea = e.coilArea;
-    v.coilAuxValue = e.coilAuxValue;
-    v.unitScale = e.unitScale;
-    v.coilAuxNo = e.coilAuxNo;
-    v.coilShape = e.coilShape;
-    v.magApha = e.magApha;
-    v.coilAuxNo2 = e.coilAuxNo2;
-    v.coilAuxValue2 = e.coilAuxValue2;
-    v.coilAuxValue3 = e.coilAuxValue3;
-    v.rotateRad = e.rotateRad;
-    v.rotateDeg = e.rotateDeg;
-    std::copy_n(e.posP4, 4, v.pos);
-    std::copy_n(e.oriP4, 4, v.ori);
-    std::copy_n(e.nmlDirXYZW, 4, v.nml);
-    std::copy_n(e.axisRotate, 4, v.axis);
-    std::copy_n(e.vctXYRD, 4, v.vct);
-    std::memcpy(v.aux, e.auxRows, sizeof v.aux);
-    std::memcpy(v.pairs, pairs, sizeof v.pairs);
-    return v;
-}
-
-fluxgrid::test::ElementValues valuesOf(const CMagVapor& cell) {
-    fluxgrid::test::ElementValues v = valuesOf(cell, cell.vaporPairTable);
-    v.vaporShape = cell.vaporShape;
-    v.vaporAuxNo2 = cell.vaporAuxNo2;
-    return v;
-}
-
 struct CoilBody {
     int version;
     Body body;
@@ -344,9 +313,7 @@ TEST_P(CoilBodies, LoadTakesTheMarkedFieldsAndNoOther) {
     fillFields(fresh, 1);
     CMagCoilqv loaded;
     fillFields(loaded, 1);
-    load(
-        loaded,
-        fluxgrid::test::coilRecord(GetParam().version, valuesOf(source, source.pairTable)).bytes());
+    load(loaded, fluxgrid::test::coilRecord(GetParam().version, valuesOf(source)).bytes());
     expectLoadTakesExactlyTheBody(source, fresh, loaded, GetParam().body);
 }
 

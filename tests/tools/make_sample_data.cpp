@@ -31,6 +31,7 @@ namespace {
 
 using fluxgrid::test::ByteBuilder;
 using fluxgrid::test::ElementValues;
+using fluxgrid::test::valuesOf;
 namespace fs = std::filesystem;
 
 using Files = std::map<std::string, std::vector<BYTE>>;
@@ -94,55 +95,6 @@ void buildOpmSensor(CMEGSensorqv& s) {
     }
     s.snsAuxName = "megLayout32";
     s.setCoilsDewar2work();
-}
-
-ElementValues valuesOf(const CBscMagSns& e) {
-    ElementValues v;
-    v.name = e.coilName.str();
-    v.coilTurns = e.coilTurns;
-    v.coilArea = e.coilArea;
-    v.coilAuxValue = e.coilAuxValue;
-    v.unitScale = e.unitScale;
-    v.coilAuxNo = e.coilAuxNo;
-    v.coilShape = e.coilShape;
-    v.magApha = e.magApha;
-    v.coilAuxNo2 = e.coilAuxNo2;
-    v.coilAuxValue2 = e.coilAuxValue2;
-    v.coilAuxValue3 = e.coilAuxValue3;
-    v.rotateRad = e.rotateRad;
-    v.rotateDeg = e.rotateDeg;
-    for (int i = 0; i < 4; ++i) {
-        v.pos[i] = e.posP4[i];
-        v.ori[i] = e.oriP4[i];
-        v.nml[i] = e.nmlDirXYZW[i];
-        v.axis[i] = e.axisRotate[i];
-        v.vct[i] = e.vctXYRD[i];
-        for (int r = 0; r < 4; ++r) {
-            v.aux[r][i] = e.auxRows[r][i];
-        }
-    }
-    for (int g = 0; g < 12; ++g) {
-        for (int k = 0; k < 2; ++k) {
-            for (int j = 0; j < 3; ++j) {
-                v.pairs[g][k][j] = e.pairTable[g][k][j];
-            }
-        }
-    }
-    return v;
-}
-
-ElementValues valuesOf(const CMagVapor& cell) {
-    ElementValues v = valuesOf(static_cast<const CBscMagSns&>(cell));
-    v.vaporShape = cell.vaporShape;
-    v.vaporAuxNo2 = cell.vaporAuxNo2;
-    for (int g = 0; g < 12; ++g) {
-        for (int k = 0; k < 2; ++k) {
-            for (int j = 0; j < 3; ++j) {
-                v.pairs[g][k][j] = cell.vaporPairTable[g][k][j];
-            }
-        }
-    }
-    return v;
 }
 
 // ---------------------------------------------------------------------------
