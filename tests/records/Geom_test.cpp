@@ -1,35 +1,21 @@
 #include <fluxgrid/records/Geom.h>
 
+#include "support/FieldFill.h"
+
 #include <gtest/gtest.h>
 
 namespace {
 
+// Every field a distinct value from `base`; the first word is `base` + 1
+// and the first text "text A".
 void fill(CGeomqv& g, int base) {
+    fluxgrid::test::fillFields(g, base);
     g.geomWordA = base + 1;
-    g.geomWordB = base + 2;
-    g.geomWordC = base + 3;
-    g.geomFlag = base + 4;
     g.geomTextA = CString("text A");
-    g.geomTextB = CString("text B");
-    g.geomTextC = CString("text C");
-    g.geomTextD = CString("text D");
-    g.geomTailA = base + 5;
-    g.geomTailB = base + 6;
-    g.geomTailC = base + 7;
 }
 
 void expectAllFieldsEq(const CGeomqv& expected, const CGeomqv& actual) {
-    EXPECT_EQ(expected.geomWordA, actual.geomWordA);
-    EXPECT_EQ(expected.geomWordB, actual.geomWordB);
-    EXPECT_EQ(expected.geomWordC, actual.geomWordC);
-    EXPECT_EQ(expected.geomFlag, actual.geomFlag);
-    EXPECT_EQ(expected.geomTextA, actual.geomTextA);
-    EXPECT_EQ(expected.geomTextB, actual.geomTextB);
-    EXPECT_EQ(expected.geomTextC, actual.geomTextC);
-    EXPECT_EQ(expected.geomTextD, actual.geomTextD);
-    EXPECT_EQ(expected.geomTailA, actual.geomTailA);
-    EXPECT_EQ(expected.geomTailB, actual.geomTailB);
-    EXPECT_EQ(expected.geomTailC, actual.geomTailC);
+    fluxgrid::test::expectFieldsEq(expected, actual);
 }
 
 TEST(Geom, DefaultConstructorZeroesEveryWordAndLeavesTextsEmpty) {

@@ -3,6 +3,7 @@
 // a sensor.
 #include <fluxgrid/sensor/MEGSensor.h>
 
+#include "support/FieldFill.h"
 #include "support/Harness.h"
 
 #include <gtest/gtest.h>
@@ -715,72 +716,26 @@ INSTANTIATE_TEST_SUITE_P(EveryTypedOperation, HardwareTypeArgument,
 // ---------------------------------------------------------------------------
 // Copies.
 
+// Every field of the sensor and its base a distinct value from `base`; the
+// type and the record stay. The tests below rely on a few of them: the
+// first text of the base is "textA" and `base`, `geomFlag` is `base` + 4,
+// `backupNo` `base` + 8 and `sensorType` `base` + 11.
 void fillOwnFields(CMEGSensor& s, int base) {
-    s.geomWordA = base + 1;
-    s.geomWordB = base + 2;
-    s.geomWordC = base + 3;
-    s.geomFlag = base + 4;
+    fluxgrid::test::fillSensorFields(s, base);
     s.geomTextA = CString("textA") + CString(std::to_string(base));
-    s.geomTextB = CString("textB");
-    s.geomTextC = CString("textC");
-    s.geomTextD = CString("textD");
-    s.geomTailA = base + 5;
-    s.geomTailB = base + 6;
-    s.geomTailC = base + 7;
+    s.geomFlag = base + 4;
     s.backupNo = base + 8;
-    s.snsRawName = CString("raw") + CString(std::to_string(base));
-    s.snsShowName = CString("show") + CString(std::to_string(base));
-    s.snsAuxName = CString("aux") + CString(std::to_string(base));
-    s.snsAuxNo = base + 9;
-    s.snsFileNo = base + 10;
     s.sensorType = base + 11;
-    for (int i = 0; i < 4; ++i) {
-        s.snsPos4[i] = base + 20.5 + i;
-        s.snsOri4[i] = base + 30.5 + i;
-        s.locSph[i] = base + 40.5 + i;
-    }
-    s.w12Evaluate = base + 12;
-    s.w12AuxNo = base + 13;
-    s.coefAuxNo = base + 14;
-    for (int i = 0; i < 12; ++i) {
-        s.w12Values[i] = base + 50.25 + i;
-    }
 }
 
+// The sensor's own fields and `hardwareType`, without the base and the record.
 void expectOwnFieldsEq(const CMEGSensor& e, const CMEGSensor& a) {
-    EXPECT_EQ(e.backupNo, a.backupNo);
-    EXPECT_EQ(e.snsRawName, a.snsRawName);
-    EXPECT_EQ(e.snsShowName, a.snsShowName);
-    EXPECT_EQ(e.snsAuxName, a.snsAuxName);
-    EXPECT_EQ(e.snsAuxNo, a.snsAuxNo);
-    EXPECT_EQ(e.snsFileNo, a.snsFileNo);
-    EXPECT_EQ(e.sensorType, a.sensorType);
-    EXPECT_EQ(e.hardwareType, a.hardwareType);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_BITS_EQ(e.snsPos4[i], a.snsPos4[i]);
-        EXPECT_BITS_EQ(e.snsOri4[i], a.snsOri4[i]);
-        EXPECT_BITS_EQ(e.locSph[i], a.locSph[i]);
-    }
-    EXPECT_EQ(e.w12Evaluate, a.w12Evaluate);
-    EXPECT_EQ(e.w12AuxNo, a.w12AuxNo);
-    EXPECT_EQ(e.coefAuxNo, a.coefAuxNo);
-    for (int i = 0; i < 12; ++i) {
-        EXPECT_BITS_EQ(e.w12Values[i], a.w12Values[i]);
-    }
+    using fluxgrid::test::FieldScope;
+    fluxgrid::test::expectFieldsEq(e, a, FieldScope::all().withoutHardware().withoutNamedBases());
 }
 
 void expectBaseFieldsEq(const CGeomqv& e, const CGeomqv& a) {
-    EXPECT_EQ(e.geomWordA, a.geomWordA);
-    EXPECT_EQ(e.geomWordB, a.geomWordB);
-    EXPECT_EQ(e.geomWordC, a.geomWordC);
-    EXPECT_EQ(e.geomFlag, a.geomFlag);
-    EXPECT_EQ(e.geomTextA, a.geomTextA);
-    EXPECT_EQ(e.geomTextB, a.geomTextB);
-    EXPECT_EQ(e.geomTextC, a.geomTextC);
-    EXPECT_EQ(e.geomTextD, a.geomTextD);
-    EXPECT_EQ(e.geomTailA, a.geomTailA);
-    EXPECT_EQ(e.geomTailB, a.geomTailB);
-    EXPECT_EQ(e.geomTailC, a.geomTailC);
+    fluxgrid::test::expectFieldsEq(e, a);
 }
 
 TEST(MEGSensorCopy, CopyConstructorCopiesEveryFieldAndSharesTheRecord) {

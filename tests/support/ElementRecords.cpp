@@ -1,72 +1,17 @@
 #include "support/ElementRecords.h"
 
-#include "support/Harness.h"
-
-#include <gtest/gtest.h>
+#include "support/FieldFill.h"
 
 namespace fluxgrid::test {
 
-double sampleDouble(int seed, int field) {
-    // Odd sign pattern and a binary fraction, so that neither a zero nor a
-    // swapped neighbour can pass for the right value.
-    const double magnitude = seed * 1000.0 + field + 0.375;
-    return (field % 3 == 1) ? -magnitude : magnitude;
-}
-
-int sampleInt(int seed, int field) {
-    const int magnitude = seed * 1000 + field + 7;
-    return (field % 4 == 2) ? -magnitude : magnitude;
-}
-
 void fillElement(CBscMagSns& element, int seed, const std::u16string& name) {
-    int field = 0;
-    for (double& v : element.vctXYRD)
-        v = sampleDouble(seed, field++);
+    fillFields(element, seed);
     element.coilName = CString(name);
-    for (double& v : element.posP4)
-        v = sampleDouble(seed, field++);
-    for (double& v : element.oriP4)
-        v = sampleDouble(seed, field++);
-    for (double& v : element.nmlDirXYZW)
-        v = sampleDouble(seed, field++);
-    for (double& v : element.axisRotate)
-        v = sampleDouble(seed, field++);
-    element.rotateRad = sampleDouble(seed, field++);
-    element.rotateDeg = sampleDouble(seed, field++);
-    for (auto& row : element.auxRows) {
-        for (double& v : row)
-            v = sampleDouble(seed, field++);
-    }
-    element.coilAuxNo = sampleInt(seed, field++);
-    for (auto& pair : element.pairTable) {
-        for (auto& vec : pair) {
-            for (double& v : vec)
-                v = sampleDouble(seed, field++);
-        }
-    }
-    element.coilAuxNo2 = sampleInt(seed, field++);
-    element.coilTurns = sampleInt(seed, field++);
-    element.coilAuxValue = sampleDouble(seed, field++);
-    element.coilArea = sampleDouble(seed, field++);
-    element.magApha = sampleDouble(seed, field++);
-    element.unitScale = sampleDouble(seed, field++);
-    element.coilShape = sampleInt(seed, field++);
-    element.coilAuxValue2 = sampleDouble(seed, field++);
-    element.coilAuxValue3 = sampleDouble(seed, field++);
 }
 
 void fillVapor(CMagVapor& cell, int seed, const std::u16string& name) {
-    fillElement(cell, seed, name);
-    int field = 500;
-    cell.vaporAuxNo = sampleInt(seed, field++);
-    cell.vaporShape = sampleInt(seed, field++);
-    for (auto& pair : cell.vaporPairTable) {
-        for (auto& vec : pair) {
-            for (double& v : vec)
-                v = sampleDouble(seed, field++);
-        }
-    }
-    cell.vaporAuxNo2 = sampleInt(seed, field++);
+    fillFields(cell, seed);
+    cell.coilName = CString(name);
 }
 
 namespace {
@@ -95,13 +40,6 @@ void appendPairBlock(ByteBuilder& out, const double (&table)[12][2][3]) {
             out.f64(table[g][1][j]);
             out.f64(table[g][0][j]);
         }
-    }
-}
-
-void expectArrayBitsEq(const double* expected, const double* actual, int count, const char* what) {
-    for (int i = 0; i < count; ++i) {
-        SCOPED_TRACE(std::string(what) + "[" + std::to_string(i) + "]");
-        EXPECT_BITS_EQ(expected[i], actual[i]);
     }
 }
 
@@ -152,42 +90,11 @@ std::vector<BYTE> vaporRecord20211230(const CMagVapor& cell) {
 }
 
 void expectCoilFiledFieldsEq(const CBscMagSns& expected, const CBscMagSns& actual) {
-    EXPECT_EQ(expected.coilName, actual.coilName);
-    expectArrayBitsEq(expected.vctXYRD, actual.vctXYRD, 4, "vctXYRD");
-    expectArrayBitsEq(expected.posP4, actual.posP4, 4, "posP4");
-    expectArrayBitsEq(expected.oriP4, actual.oriP4, 4, "oriP4");
-    expectArrayBitsEq(expected.nmlDirXYZW, actual.nmlDirXYZW, 4, "nmlDirXYZW");
-    expectArrayBitsEq(expected.axisRotate, actual.axisRotate, 4, "axisRotate");
-    EXPECT_BITS_EQ(expected.rotateRad, actual.rotateRad);
-    EXPECT_BITS_EQ(expected.rotateDeg, actual.rotateDeg);
-    expectArrayBitsEq(&expected.auxRows[0][0], &actual.auxRows[0][0], 16, "auxRows");
-    EXPECT_EQ(expected.coilAuxNo, actual.coilAuxNo);
-    expectArrayBitsEq(&expected.pairTable[0][0][0], &actual.pairTable[0][0][0], 72, "pairTable");
-    EXPECT_EQ(expected.coilAuxNo2, actual.coilAuxNo2);
-    EXPECT_EQ(expected.coilTurns, actual.coilTurns);
-    EXPECT_BITS_EQ(expected.coilAuxValue, actual.coilAuxValue);
-    EXPECT_BITS_EQ(expected.coilArea, actual.coilArea);
-    EXPECT_BITS_EQ(expected.magApha, actual.magApha);
-    EXPECT_BITS_EQ(expected.unitScale, actual.unitScale);
-    EXPECT_EQ(expected.coilShape, actual.coilShape);
-    EXPECT_BITS_EQ(expected.coilAuxValue2, actual.coilAuxValue2);
-    EXPECT_BITS_EQ(expected.coilAuxValue3, actual.coilAuxValue3);
+    expectFieldsEq(expected, actual, FieldScope::filedBy(fields::Body::coil20211230));
 }
 
 void expectVaporFiledFieldsEq(const CMagVapor& expected, const CMagVapor& actual) {
-    EXPECT_EQ(expected.coilName, actual.coilName);
-    EXPECT_EQ(expected.vaporShape, actual.vaporShape);
-    EXPECT_EQ(expected.vaporAuxNo2, actual.vaporAuxNo2);
-    EXPECT_BITS_EQ(expected.rotateRad, actual.rotateRad);
-    EXPECT_BITS_EQ(expected.rotateDeg, actual.rotateDeg);
-    expectArrayBitsEq(expected.vctXYRD, actual.vctXYRD, 4, "vctXYRD");
-    expectArrayBitsEq(expected.posP4, actual.posP4, 4, "posP4");
-    expectArrayBitsEq(expected.oriP4, actual.oriP4, 4, "oriP4");
-    expectArrayBitsEq(expected.nmlDirXYZW, actual.nmlDirXYZW, 4, "nmlDirXYZW");
-    expectArrayBitsEq(expected.axisRotate, actual.axisRotate, 4, "axisRotate");
-    expectArrayBitsEq(&expected.auxRows[0][0], &actual.auxRows[0][0], 16, "auxRows");
-    expectArrayBitsEq(&expected.vaporPairTable[0][0][0], &actual.vaporPairTable[0][0][0], 72,
-                      "vaporPairTable");
+    expectFieldsEq(expected, actual, FieldScope::filedBy(fields::Body::vapor20211230));
 }
 
 }  // namespace fluxgrid::test

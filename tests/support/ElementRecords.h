@@ -8,20 +8,15 @@
 #include <fluxgrid/element/MagVapor.h>
 
 #include "support/ByteBuilder.h"
+#include "support/FieldFill.h"
 
 #include <string>
 #include <vector>
 
 namespace fluxgrid::test {
 
-/// A double for field number `field` of sample `seed`, distinct for every
-/// pair below a thousand fields and exactly representable.
-double sampleDouble(int seed, int field);
-/// An int32 for field number `field` of sample `seed`, distinct likewise.
-int sampleInt(int seed, int field);
-
 /// Gives every field of the element (all of the sensing element's fields)
-/// a distinct value derived from `seed`, and the name `name`. `magApha` does
+/// a distinct value derived from `seed` (`fillFields`), and the name `name`. `magApha` does
 /// not agree with turns times area, and the direction fields do not agree
 /// with the orientation: a load must take them as they stand.
 void fillElement(CBscMagSns& element, int seed, const std::u16string& name);
@@ -40,9 +35,8 @@ std::vector<BYTE> vaporRecord20211230(const CMagVapor& cell);
 /// Checks, bit for bit for doubles, every field that the coil record of
 /// version 20211230 holds (which is every field of the sensing element).
 void expectCoilFiledFieldsEq(const CBscMagSns& expected, const CBscMagSns& actual);
-/// Checks every field that the vapor cell record of version 20211230 holds:
-/// name, vaporShape, vaporAuxNo2, the angles, the five four-element arrays,
-/// auxRows and vaporPairTable.
+/// Checks every field that the vapor cell record of version 20211230 holds
+/// (all but `vaporAuxNo` and the coil's loop numbers), bit for bit.
 void expectVaporFiledFieldsEq(const CMagVapor& expected, const CMagVapor& actual);
 
 }  // namespace fluxgrid::test

@@ -1,9 +1,7 @@
 #include "support/HardwareRecords.h"
 
 #include "support/ElementRecords.h"
-#include "support/Harness.h"
-
-#include <gtest/gtest.h>
+#include "support/FieldFill.h"
 
 #include <string>
 
@@ -15,58 +13,50 @@ std::u16string slotName(const char16_t* frame, int index) {
     return std::u16string(frame) + static_cast<char16_t>(u'0' + index);
 }
 
+// The values that tests rely on beyond distinctness.
+void markBlock(CMegGrdBsc& block, int seed) {
+    block.hardwareName =
+        CString(u"Hw" + std::u16string(1, static_cast<char16_t>(u'0' + seed % 10)));
+    block.realIdealCoefMode = true;
+    block.adaptiveBalance = false;
+}
+
 int elementSeed(int seed, int index, int frame) {
     return seed * 100 + index * 3 + frame + 1;
+}
+
+// Each element filled again from a seed of its own, so that a test can
+// recompute an element's values from its slot; named "Dw0".."Wk7".
+template <class Element, class Fill>
+void fillSlots(Element (&dewar)[8], Element (&head)[8], Element (&work)[8], int seed, Fill fill) {
+    for (int i = 0; i < 8; ++i) {
+        fill(dewar[i], elementSeed(seed, i, 0), slotName(u"Dw", i));
+        fill(head[i], elementSeed(seed, i, 1), slotName(u"Hd", i));
+        fill(work[i], elementSeed(seed, i, 2), slotName(u"Wk", i));
+    }
 }
 
 }  // namespace
 
 void fillBlock(CMegGrdBsc& block, int seed) {
-    int field = 800;
-    block.hardwareName =
-        CString(u"Hw" + std::u16string(1, static_cast<char16_t>(u'0' + seed % 10)));
-    block.hardwareNo = sampleInt(seed, field++);
-    block.neuromagFactor = sampleDouble(seed, field++);
-    block.gainOffset = sampleDouble(seed, field++);
-    block.scaleConstant = sampleDouble(seed, field++);
-    block.properGain = sampleDouble(seed, field++);
-    block.secondGain = sampleDouble(seed, field++);
-    block.thirdGain = sampleDouble(seed, field++);
-    block.totalGain = sampleDouble(seed, field++);
-    block.gradOrderNo = sampleInt(seed, field++);
-    block.gradAuxNo = sampleInt(seed, field++);
-    block.realIdealCoefMode = true;
-    block.adaptiveBalance = false;
-    block.auxValue1 = sampleDouble(seed, field++);
-    block.auxValue2 = sampleDouble(seed, field++);
-    for (int i = 0; i < 4; ++i) {
-        block.auxVectorA[i] = sampleDouble(seed, field++);
-        block.auxVectorB[i] = sampleDouble(seed, field++);
-        block.auxFlags[i] = sampleInt(seed, field++);
-    }
+    fillFields(block, seed);
+    markBlock(block, seed);
 }
 
 void fillSquid(CMegSquid& record, int seed) {
-    fillBlock(record, seed);
-    record.squidAuxNo = sampleInt(seed, 900);
+    fillFields(record, seed);
+    markBlock(record, seed);
     record.totalCoils = 3;
     record.currentCoilID = 2;
-    for (int i = 0; i < 8; ++i) {
-        fillElement(record.coilDewar[i], elementSeed(seed, i, 0), slotName(u"Dw", i));
-        fillElement(record.coilHead[i], elementSeed(seed, i, 1), slotName(u"Hd", i));
-        fillElement(record.coilWork[i], elementSeed(seed, i, 2), slotName(u"Wk", i));
-    }
+    fillSlots(record.coilDewar, record.coilHead, record.coilWork, seed, fillElement);
 }
 
 void fillOpm(CMegOpm& record, int seed) {
-    fillBlock(record, seed);
+    fillFields(record, seed);
+    markBlock(record, seed);
     record.totalVapors = 5;
     record.currentVaporID = 4;
-    for (int i = 0; i < 8; ++i) {
-        fillVapor(record.vaporDewar[i], elementSeed(seed, i, 0), slotName(u"Dw", i));
-        fillVapor(record.vaporHead[i], elementSeed(seed, i, 1), slotName(u"Hd", i));
-        fillVapor(record.vaporWork[i], elementSeed(seed, i, 2), slotName(u"Wk", i));
-    }
+    fillSlots(record.vaporDewar, record.vaporHead, record.vaporWork, seed, fillVapor);
 }
 
 void appendBlock(ByteBuilder& out, const CMegGrdBsc& block, bool withGradAuxNo) {
@@ -155,53 +145,19 @@ void expectBlockDefaults(const CMegGrdBsc& block) {
 
 void expectBlockFiledFieldsEq(const CMegGrdBsc& expected, const CMegGrdBsc& actual,
                               bool withGradAuxNo) {
-    EXPECT_EQ(expected.hardwareNo, actual.hardwareNo);
-    EXPECT_BITS_EQ(expected.neuromagFactor, actual.neuromagFactor);
-    EXPECT_BITS_EQ(expected.gainOffset, actual.gainOffset);
-    EXPECT_BITS_EQ(expected.scaleConstant, actual.scaleConstant);
-    EXPECT_BITS_EQ(expected.properGain, actual.properGain);
-    EXPECT_BITS_EQ(expected.secondGain, actual.secondGain);
-    EXPECT_BITS_EQ(expected.thirdGain, actual.thirdGain);
-    EXPECT_BITS_EQ(expected.totalGain, actual.totalGain);
-    EXPECT_EQ(expected.gradOrderNo, actual.gradOrderNo);
-    if (withGradAuxNo) {
-        EXPECT_EQ(expected.gradAuxNo, actual.gradAuxNo);
-    }
-    EXPECT_EQ(expected.realIdealCoefMode, actual.realIdealCoefMode);
-    EXPECT_EQ(expected.adaptiveBalance, actual.adaptiveBalance);
-    EXPECT_BITS_EQ(expected.auxValue1, actual.auxValue1);
-    EXPECT_BITS_EQ(expected.auxValue2, actual.auxValue2);
-    for (int i = 0; i < 4; ++i) {
-        SCOPED_TRACE("aux row " + std::to_string(i));
-        EXPECT_BITS_EQ(expected.auxVectorA[i], actual.auxVectorA[i]);
-        EXPECT_BITS_EQ(expected.auxVectorB[i], actual.auxVectorB[i]);
-        EXPECT_EQ(expected.auxFlags[i], actual.auxFlags[i]);
-    }
+    // The block as the record that carries `gradAuxNo` files it, or as the
+    // one that does not.
+    expectFieldsEq(expected, actual,
+                   FieldScope::filedBy(withGradAuxNo ? fields::Body::squid20190201
+                                                     : fields::Body::opm20190201));
 }
 
 void expectSquidFiledFieldsEq(const CMegSquid& expected, const CMegSquid& actual) {
-    expectBlockFiledFieldsEq(expected, actual, true);
-    EXPECT_EQ(expected.squidAuxNo, actual.squidAuxNo);
-    EXPECT_EQ(expected.totalCoils, actual.totalCoils);
-    EXPECT_EQ(expected.currentCoilID, actual.currentCoilID);
-    for (int i = 0; i < 8; ++i) {
-        SCOPED_TRACE("coil slot " + std::to_string(i));
-        expectCoilFiledFieldsEq(expected.coilDewar[i], actual.coilDewar[i]);
-        expectCoilFiledFieldsEq(expected.coilHead[i], actual.coilHead[i]);
-        expectCoilFiledFieldsEq(expected.coilWork[i], actual.coilWork[i]);
-    }
+    expectFieldsEq(expected, actual, FieldScope::filedBy(fields::Body::squid20190201));
 }
 
 void expectOpmFiledFieldsEq(const CMegOpm& expected, const CMegOpm& actual) {
-    expectBlockFiledFieldsEq(expected, actual, false);
-    EXPECT_EQ(expected.totalVapors, actual.totalVapors);
-    EXPECT_EQ(expected.currentVaporID, actual.currentVaporID);
-    for (int i = 0; i < 8; ++i) {
-        SCOPED_TRACE("cell slot " + std::to_string(i));
-        expectVaporFiledFieldsEq(expected.vaporDewar[i], actual.vaporDewar[i]);
-        expectVaporFiledFieldsEq(expected.vaporHead[i], actual.vaporHead[i]);
-        expectVaporFiledFieldsEq(expected.vaporWork[i], actual.vaporWork[i]);
-    }
+    expectFieldsEq(expected, actual, FieldScope::filedBy(fields::Body::opm20190201));
 }
 
 }  // namespace fluxgrid::test

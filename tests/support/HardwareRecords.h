@@ -15,17 +15,17 @@
 namespace fluxgrid::test {
 
 /// Gives every number of the gradiometer block a distinct value derived from
-/// `seed` (`gradAuxNo` included), `realIdealCoefMode` true, `adaptiveBalance`
-/// false, and the name "Hw" followed by the seed. `totalGain` does not
-/// agree with the product of the three gains.
+/// `seed` (`fillFields`, `gradAuxNo` included), `realIdealCoefMode` true,
+/// `adaptiveBalance` false, and the name "Hw" followed by the seed's last digit. `totalGain` does
+/// not agree with the product of the three gains.
 void fillBlock(CMegGrdBsc& block, int seed);
 
 /// The block, `squidAuxNo`, `totalCoils` 3, `currentCoilID` 2, and all 24
-/// coils filled with distinct values (`fillElement`), named "Dw0".."Dw7",
+/// coils filled with distinct values (`fillFields`), named "Dw0".."Dw7",
 /// "Hd0".."Hd7" and "Wk0".."Wk7".
 void fillSquid(CMegSquid& record, int seed);
 /// The block, `totalVapors` 5, `currentVaporID` 4, and all 24 cells filled
-/// with distinct values (`fillVapor`), named as for `fillSquid`.
+/// with distinct values (`fillFields`), named as for `fillSquid`.
 void fillOpm(CMegOpm& record, int seed);
 
 /// The gradiometer block as a hardware record files it, from `hardwareNo`
