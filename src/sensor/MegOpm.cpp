@@ -1,9 +1,5 @@
 #include <fluxgrid/sensor/MegOpm.h>
 
-namespace {
-constexpr const char16_t* kMagic = u"MEGOPMQV";
-}  // namespace
-
 using namespace fluxgrid;
 using sensor::GradAux;
 
@@ -42,7 +38,7 @@ int CMegOpm::checkInitVapors(int count) {
 }
 
 int CMegOpm09File::serialize(CArchive& ar) {
-    if (!sensor::serializeRecordFrame(ar, kMagic)) {
+    if (!sensor::serializeRecordFrame(ar, FileKind::opm)) {
         return 0;
     }
     return serialize20190201(ar);

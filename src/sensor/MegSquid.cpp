@@ -1,9 +1,5 @@
 #include <fluxgrid/sensor/MegSquid.h>
 
-namespace {
-constexpr const char16_t* kMagic = u"MSQUIDQV";
-}  // namespace
-
 using namespace fluxgrid;
 using sensor::GradAux;
 
@@ -28,7 +24,7 @@ int CMegSquid::initSensorInfo(int hardwareNo, int gradOrderNo, double properGain
 }
 
 int CMegSquid09File::serialize(CArchive& ar) {
-    if (!sensor::serializeRecordFrame(ar, kMagic)) {
+    if (!sensor::serializeRecordFrame(ar, FileKind::squid)) {
         return 0;
     }
     return serialize20190201(ar);

@@ -28,6 +28,7 @@
 /// `hardwareName` lives in memory only: no file holds it.
 #pragma once
 
+#include <fluxgrid/frame/FileKinds.h>
 #include <fluxgrid/platform/Archive.h>
 #include <fluxgrid/platform/CString.h>
 
@@ -105,11 +106,12 @@ void storeAuxRows(CArchive& ar, const CMegGrdBsc& block);
 void loadAuxRows(CArchive& ar, CMegGrdBsc& block);
 
 /// The whole block as a hardware record files it: the chain, then the rows.
-/// The frame of both hardware records, which accept and write the one
-/// version 20190201 and share the words of a wrong version: stores the
+/// The frame of both hardware records (`kind` is `FileKind::squid` or
+/// `FileKind::opm`), which accept and write the one version of their entry
+/// in the kind table and share the words of a wrong version: stores the
 /// magic and version, or loads and checks them. False, after the message
 /// box, for a wrong magic or version.
-bool serializeRecordFrame(CArchive& ar, const char16_t* magic);
+bool serializeRecordFrame(CArchive& ar, FileKind kind);
 
 void storeBlock(CArchive& ar, const CMegGrdBsc& block, GradAux gradAux);
 void loadBlock(CArchive& ar, CMegGrdBsc& block, GradAux gradAux);
