@@ -201,7 +201,7 @@ struct FileHeader {
     int version;
 };
 
-/// Tells the kind and version from the first bytes of a file (22 to 40
+/// Tells the kind and version from the first bytes of a file (22 to 42
 /// bytes suffice for every kind) without loading it. `badMagic` for empty
 /// bytes and a magic of no kind, `truncated` when the bytes end inside the
 /// frame. `name` only labels the failure.
