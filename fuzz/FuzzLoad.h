@@ -34,23 +34,22 @@ constexpr std::size_t kPerInputByte = 256;
     std::abort();
 }
 
-/// Counts message boxes, answering each with the default choice of its kind.
+/// Counts the message boxes of its own thread, answering each with the
+/// default choice of its kind.
 class MessageBoxCounter {
   public:
-    MessageBoxCounter() {
-        m_previous = AfxSetMessageBoxHandler([this](const CString&, UINT type, UINT) {
-            ++m_count;
-            return (type & 0x0F) == MB_YESNO ? IDNO : IDOK;
-        });
-    }
-    ~MessageBoxCounter() { AfxSetMessageBoxHandler(m_previous); }
+    MessageBoxCounter()
+        : m_scope([this](const CString&, UINT type, UINT) {
+              ++m_count;
+              return (type & 0x0F) == MB_YESNO ? IDNO : IDOK;
+          }) {}
     MessageBoxCounter(const MessageBoxCounter&) = delete;
     MessageBoxCounter& operator=(const MessageBoxCounter&) = delete;
     int count() const { return m_count; }
 
   private:
     int m_count = 0;
-    AfxMessageBoxHandler m_previous;
+    ScopedMessageBoxHandler m_scope;
 };
 
 /// The outcome of one load: the entry's result, or the exception the

@@ -1,50 +1,45 @@
 // The six file kinds and the string form, each with the public entry that
-// loads and stores it and what must be released after a load.
+// loads and stores it and what must be released after a load. The kinds and
+// the classes their files hold come from the library's own table.
 #pragma once
 
+#include <fluxgrid/access/Files.h>
 #include <fluxgrid/fluxgrid.h>
 
 namespace fluxgrid::fuzz {
 
-struct CoilKind {
-    using Object = CMagCoilqv;
-    static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
+/// A kind of the library's table and the final class that its files hold.
+template <FileKind Kind>
+struct TableKind {
+    static constexpr FileKind kind = Kind;
+    using Object = typename FileObjectOf<Kind>::type;
     static bool storable(const Object&) { return true; }
     static void release(Object&) {}
 };
 
-struct VaporKind {
-    using Object = CMagVaporqv;
+struct CoilKind : TableKind<FileKind::coil> {
     static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
-    static bool storable(const Object&) { return true; }
-    static void release(Object&) {}
 };
 
-struct SquidKind {
-    using Object = CMegSquidqv;
+struct VaporKind : TableKind<FileKind::vapor> {
+    static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
+};
+
+struct SquidKind : TableKind<FileKind::squid> {
     static int serialize(Object& object, CArchive& ar) { return object.serialize(ar); }
-    static bool storable(const Object&) { return true; }
-    static void release(Object&) {}
 };
 
-struct OpmKind {
-    using Object = CMegOpmqv;
+struct OpmKind : TableKind<FileKind::opm> {
     static int serialize(Object& object, CArchive& ar) { return object.serialize(ar); }
-    static bool storable(const Object&) { return true; }
-    static void release(Object&) {}
 };
 
-struct SensorKind {
-    using Object = CMEGSensorqv;
+struct SensorKind : TableKind<FileKind::sensor> {
     static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
-    static bool storable(const Object&) { return true; }
-    static void release(Object&) {}
 };
 
 /// The host releases the entries of the head localization lists through the
 /// clean operations before it lets the object go; so does the fuzz target.
-struct HeadLocKind {
-    using Object = CHeadLocalizationqv;
+struct HeadLocKind : TableKind<FileKind::headloc> {
     static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
     /// The first section is counted by `fiducialPtRaw` and filled from
     /// `fiducialPA`, so a file whose first list is the longer one loads, but

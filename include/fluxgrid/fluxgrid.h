@@ -12,6 +12,7 @@
 #include <fluxgrid/platform/Types.h>
 
 #include <fluxgrid/frame/FileFrame.h>
+#include <fluxgrid/frame/FileKinds.h>
 
 #include <fluxgrid/element/BscMagSns.h>
 #include <fluxgrid/element/MagCoil.h>
@@ -36,3 +37,5 @@
 #include <fluxgrid/tables/EegLayouts.h>
 #include <fluxgrid/tables/EegNamePosType.h>
 #include <fluxgrid/tables/MegLayouts.h>
+
+#include <fluxgrid/access/Files.h>

@@ -1,13 +1,13 @@
 #include <fluxgrid/element/MagCoil.h>
 #include <fluxgrid/frame/FileFrame.h>
+#include <fluxgrid/frame/FileKinds.h>
 
 #include "ElementBlocks.h"
 
 #include <algorithm>
 
 namespace {
-constexpr const char16_t* kMagic = u"MEGCOILQV";
-constexpr int kNewestVersion = 20211230;
+constexpr const fluxgrid::FileKindInfo& kKind = fluxgrid::fileKindInfo(fluxgrid::FileKind::coil);
 }  // namespace
 
 using namespace fluxgrid;
@@ -52,12 +52,12 @@ int CMagCoil::convertUnits(double factor) {
 
 int CMagCoil09File::serializeqv(CArchive& ar) {
     if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, kNewestVersion);
+        frame::storeHeader(ar, kKind.magic, kKind.written);
         serialize20211230(ar);
         ar.Flush();
         return 1;
     }
-    if (!frame::loadMagic(ar, kMagic, frame::kNotMegFile)) {
+    if (!frame::loadMagic(ar, kKind.magic, frame::kNotMegFile)) {
         return 0;
     }
     switch (frame::loadVersion(ar)) {

@@ -1,5 +1,6 @@
 #include <fluxgrid/element/MagVapor.h>
 #include <fluxgrid/frame/FileFrame.h>
+#include <fluxgrid/frame/FileKinds.h>
 
 #include "ElementBlocks.h"
 
@@ -7,8 +8,7 @@
 #include <cstring>
 
 namespace {
-constexpr const char16_t* kMagic = u"AMOPMQV";
-constexpr int kNewestVersion = 20211230;
+constexpr const fluxgrid::FileKindInfo& kKind = fluxgrid::fileKindInfo(fluxgrid::FileKind::vapor);
 constexpr const char* kWrongVaporFormat = "Wrong AMOPM file format!!?";
 }  // namespace
 
@@ -29,10 +29,10 @@ int CMagVapor::reset() {
 
 int CMagVapor09File::serializeqv(CArchive& ar) {
     if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, kNewestVersion);
+        frame::storeHeader(ar, kKind.magic, kKind.written);
         return serialize20211230(ar);
     }
-    if (!frame::loadMagic(ar, kMagic, frame::kNotMegFile)) {
+    if (!frame::loadMagic(ar, kKind.magic, frame::kNotMegFile)) {
         return 0;
     }
     switch (frame::loadVersion(ar)) {

@@ -5,15 +5,14 @@
 
 namespace fluxgrid::frame {
 
-void storeHeader(CArchive& ar, const char16_t* magic, int version) {
-    ar << magic;
+void storeHeader(CArchive& ar, std::u16string_view magic, int version) {
+    ar.WriteString(magic);
     ar << version;
 }
 
 // A short wide magic is compared in a scratch area on the stack, without
 // taking memory; anything else is read as a string.
-bool magicMatches(CArchive& ar, const char16_t* expected) {
-    const std::u16string_view magic(expected);
+bool magicMatches(CArchive& ar, std::u16string_view magic) {
     int charSize = 1;
     const UINT_PTR length = AfxReadStringLength(ar, charSize);
     constexpr std::size_t kScratchUnits = 64;
@@ -40,7 +39,7 @@ bool magicMatches(CArchive& ar, const char16_t* expected) {
     return ar.ReadStringPayload(length, charSize).str() == magic;
 }
 
-bool loadMagic(CArchive& ar, const char16_t* magic, const char* badMagicText) {
+bool loadMagic(CArchive& ar, std::u16string_view magic, const char* badMagicText) {
     if (magicMatches(ar, magic)) {
         return true;
     }

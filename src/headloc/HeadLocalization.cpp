@@ -1,4 +1,5 @@
 #include <fluxgrid/frame/FileFrame.h>
+#include <fluxgrid/frame/FileKinds.h>
 #include <fluxgrid/headloc/HeadLocalization.h>
 #include <fluxgrid/platform/Exceptions.h>
 #include <fluxgrid/platform/MessageBox.h>
@@ -10,8 +11,7 @@
 
 namespace {
 
-constexpr const char16_t* kMagic = u"HEADLOCATIONTRIAL";
-constexpr int kNewestVersion = 20160320;
+constexpr const fluxgrid::FileKindInfo& kKind = fluxgrid::fileKindInfo(fluxgrid::FileKind::headloc);
 constexpr const char* kNotHeadLocalization = "The opened file is not trial head localization!";
 constexpr const char* kWrongVersion = "Wrong file format int CHeadLocalization09File!!?";
 constexpr const char* kTypeError = "head localization type error";
@@ -289,10 +289,10 @@ int CHeadLocalization01Epoch::setFidWorkMode(int mode) {
 
 int CHeadLocalization09File::serializeqv(CArchive& ar) {
     if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, kNewestVersion);
+        frame::storeHeader(ar, kKind.magic, kKind.written);
         return _01serializeFiducialPts20160320(ar) != 0 ? 1 : 0;
     }
-    if (!frame::loadMagic(ar, kMagic, kNotHeadLocalization)) {
+    if (!frame::loadMagic(ar, kKind.magic, kNotHeadLocalization)) {
         return 0;
     }
     switch (frame::loadVersion(ar)) {

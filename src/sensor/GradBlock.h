@@ -6,6 +6,7 @@
 // header includes it.
 #pragma once
 
+#include <fluxgrid/frame/FileKinds.h>
 #include <fluxgrid/platform/Archive.h>
 #include <fluxgrid/sensor/MegGrdBsc.h>
 
@@ -44,11 +45,12 @@ void loadAuxRows(CArchive& ar, CMegGrdBsc& block);
 void storeBlock(CArchive& ar, const CMegGrdBsc& block, GradAux gradAux);
 void loadBlock(CArchive& ar, CMegGrdBsc& block, GradAux gradAux);
 
-/// The frame of both hardware records, which accept and write the one
-/// version 20190201 and share the words of a wrong version: stores the
+/// The frame of both hardware records (`kind` is `FileKind::squid` or
+/// `FileKind::opm`), which accept and write the one version of their entry
+/// in the kind table and share the words of a wrong version: stores the
 /// magic and version, or loads and checks them. False, after the message
 /// box, for a wrong magic or version.
-bool serializeRecordFrame(CArchive& ar, const char16_t* magic);
+bool serializeRecordFrame(CArchive& ar, FileKind kind);
 
 /// The 24 nested element records of a hardware record, in either direction:
 /// for each index 0 to 7, the dewar, head and work element in turn, each

@@ -2,14 +2,14 @@
 // The layouts are described in MEGSensor.h; each body below lists its
 // fields in file order, store and load side by side.
 #include <fluxgrid/frame/FileFrame.h>
+#include <fluxgrid/frame/FileKinds.h>
 #include <fluxgrid/sensor/MEGSensor.h>
 
 #include "GradBlock.h"
 
 namespace {
 
-constexpr const char16_t* kMagic = u"MEGSENSORQV";
-constexpr int kNewestVersion = 20200210;
+constexpr const fluxgrid::FileKindInfo& kKind = fluxgrid::fileKindInfo(fluxgrid::FileKind::sensor);
 constexpr const char* kNotSensorFile = "The opened file is not MEG sensor file or corrupted!";
 
 // The four rows of the newer bodies: position, orientation, locSph.
@@ -70,10 +70,10 @@ using namespace fluxgrid;
 
 int CMEGSensor09File::serializeqv(CArchive& ar) {
     if (ar.IsStoring()) {
-        frame::storeHeader(ar, kMagic, kNewestVersion);
+        frame::storeHeader(ar, kKind.magic, kKind.written);
         return serialize20200210(ar) != 0 ? 1 : 0;
     }
-    if (!frame::loadMagic(ar, kMagic, kNotSensorFile)) {
+    if (!frame::loadMagic(ar, kKind.magic, kNotSensorFile)) {
         return 0;
     }
     // 20190201 has a body and a reader, yet a file of that version is

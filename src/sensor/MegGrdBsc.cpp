@@ -149,18 +149,23 @@ void loadBlock(CArchive& ar, CMegGrdBsc& block, GradAux gradAux) {
 
 namespace fluxgrid::sensor {
 
-bool serializeRecordFrame(CArchive& ar, const char16_t* magic) {
-    constexpr int kRecordVersion = 20190201;
+bool serializeRecordFrame(CArchive& ar, FileKind kind) {
+    // Both records have the one version they write, and one body for it.
+    static_assert(fileKindInfo(FileKind::squid).accepted.size() == 1 &&
+                  fileKindInfo(FileKind::squid).accepts(fileKindInfo(FileKind::squid).written));
+    static_assert(fileKindInfo(FileKind::opm).accepted.size() == 1 &&
+                  fileKindInfo(FileKind::opm).accepts(fileKindInfo(FileKind::opm).written));
     // The OPM record shows the SQUID record's words for a wrong version.
     constexpr const char* kWrongRecordFormat = "Wrong MSQUID file format!!?";
+    const FileKindInfo& info = fileKindInfo(kind);
     if (ar.IsStoring()) {
-        frame::storeHeader(ar, magic, kRecordVersion);
+        frame::storeHeader(ar, info.magic, info.written);
         return true;
     }
-    if (!frame::loadMagic(ar, magic, frame::kNotMegFile)) {
+    if (!frame::loadMagic(ar, info.magic, frame::kNotMegFile)) {
         return false;
     }
-    if (frame::loadVersion(ar) != kRecordVersion) {
+    if (frame::loadVersion(ar) != info.written) {
         frame::reportBadVersion(kWrongRecordFormat);
         return false;
     }

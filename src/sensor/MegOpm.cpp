@@ -2,10 +2,6 @@
 
 #include "GradBlock.h"
 
-namespace {
-constexpr const char16_t* kMagic = u"MEGOPMQV";
-}  // namespace
-
 using namespace fluxgrid;
 using sensor::GradAux;
 
@@ -44,7 +40,7 @@ int CMegOpm::checkInitVapors(int count) {
 }
 
 int CMegOpm09File::serialize(CArchive& ar) {
-    if (!sensor::serializeRecordFrame(ar, kMagic)) {
+    if (!sensor::serializeRecordFrame(ar, FileKind::opm)) {
         return 0;
     }
     return serialize20190201(ar);

@@ -2,10 +2,6 @@
 
 #include "GradBlock.h"
 
-namespace {
-constexpr const char16_t* kMagic = u"MSQUIDQV";
-}  // namespace
-
 using namespace fluxgrid;
 using sensor::GradAux;
 
@@ -30,7 +26,7 @@ int CMegSquid::initSensorInfo(int hardwareNo, int gradOrderNo, double properGain
 }
 
 int CMegSquid09File::serialize(CArchive& ar) {
-    if (!sensor::serializeRecordFrame(ar, kMagic)) {
+    if (!sensor::serializeRecordFrame(ar, FileKind::squid)) {
         return 0;
     }
     return serialize20190201(ar);

@@ -1,15 +1,22 @@
-// Message boxes through the process-wide handler.
+// Message boxes through the process-wide handler and the scoped handlers of
+// one thread, and both while other threads show boxes.
 #include <fluxgrid/platform/MessageBox.h>
 
 #include "support/Harness.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <latch>
+#include <memory>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
 
+using fluxgrid::ScopedMessageBoxHandler;
 using fluxgrid::test::MessageBoxRecorder;
 
 /// Installs the default handler for a test and puts back whatever was there.
@@ -169,6 +176,242 @@ TEST(MessageBox, RecorderCapturesWordsAndRestoresThePreviousHandler) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(AfxMessageBox(CString("after")), IDOK);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "after\n");
+}
+
+// ---------------------------------------------------------------------------
+// Scoped handlers: one thread's boxes only.
+
+/// A handler that counts its boxes and answers `answer`.
+AfxMessageBoxHandler counting(std::atomic<int>& count, int answer) {
+    return [&count, answer](const CString&, UINT, UINT) {
+        ++count;
+        return answer;
+    };
+}
+
+TEST(ScopedMessageBoxHandler, TakesTheBoxesOfItsThreadAndRestoresOnScopeExit) {
+    std::atomic<int> process{0};
+    std::atomic<int> scoped{0};
+    const AfxMessageBoxHandler previous = AfxSetMessageBoxHandler(counting(process, 11));
+    {
+        ScopedMessageBoxHandler scope(counting(scoped, 22));
+        EXPECT_EQ(AfxMessageBox(CString("mine")), 22);
+        EXPECT_EQ(scoped, 1);
+        EXPECT_EQ(process, 0);
+    }
+    EXPECT_EQ(AfxMessageBox(CString("after")), 11);
+    AfxSetMessageBoxHandler(previous);
+    EXPECT_EQ(scoped, 1);
+    EXPECT_EQ(process, 1);
+}
+
+TEST(ScopedMessageBoxHandler, BoxesOfAnotherThreadPassItBy) {
+    std::atomic<int> process{0};
+    std::atomic<int> scoped{0};
+    const AfxMessageBoxHandler previous = AfxSetMessageBoxHandler(counting(process, 11));
+    int otherAnswer = 0;
+    {
+        ScopedMessageBoxHandler scope(counting(scoped, 22));
+        std::thread other([&] { otherAnswer = AfxMessageBox(CString("theirs")); });
+        other.join();
+        EXPECT_EQ(AfxMessageBox(CString("mine")), 22);
+    }
+    AfxSetMessageBoxHandler(previous);
+    EXPECT_EQ(otherAnswer, 11);
+    EXPECT_EQ(process, 1);
+    EXPECT_EQ(scoped, 1);
+}
+
+TEST(ScopedMessageBoxHandler, ProcessWideChangeIsNotSeenUnderAScopedHandler) {
+    std::atomic<int> process{0};
+    std::atomic<int> scoped{0};
+    ScopedMessageBoxHandler scope(counting(scoped, 22));
+    const AfxMessageBoxHandler previous = AfxSetMessageBoxHandler(counting(process, 11));
+    EXPECT_EQ(AfxMessageBox(CString("mine")), 22);
+    AfxSetMessageBoxHandler(previous);
+    EXPECT_EQ(scoped, 1);
+    EXPECT_EQ(process, 0);
+}
+
+TEST(ScopedMessageBoxHandler, NestedHandlersAnswerInnermostFirstAndUnwindInTurn) {
+    std::atomic<int> outer{0};
+    std::atomic<int> inner{0};
+    std::atomic<int> process{0};
+    const AfxMessageBoxHandler previous = AfxSetMessageBoxHandler(counting(process, 1));
+    {
+        ScopedMessageBoxHandler outerScope(counting(outer, 2));
+        EXPECT_EQ(AfxMessageBox(CString("a")), 2);
+        {
+            ScopedMessageBoxHandler innerScope(counting(inner, 3));
+            EXPECT_EQ(AfxMessageBox(CString("b")), 3);
+            EXPECT_EQ(AfxMessageBox(CString("c")), 3);
+        }
+        EXPECT_EQ(AfxMessageBox(CString("d")), 2);
+    }
+    EXPECT_EQ(AfxMessageBox(CString("e")), 1);
+    AfxSetMessageBoxHandler(previous);
+    EXPECT_EQ(outer, 2);
+    EXPECT_EQ(inner, 2);
+    EXPECT_EQ(process, 1);
+}
+
+TEST(ScopedMessageBoxHandler, OneGoneBeforeANewerOneLeavesTheNewerInPlace) {
+    std::atomic<int> first{0};
+    std::atomic<int> second{0};
+    std::atomic<int> process{0};
+    const AfxMessageBoxHandler previous = AfxSetMessageBoxHandler(counting(process, 1));
+    auto older = std::make_unique<ScopedMessageBoxHandler>(counting(first, 2));
+    {
+        ScopedMessageBoxHandler newer(counting(second, 3));
+        older.reset();
+        EXPECT_EQ(AfxMessageBox(CString("a")), 3);
+    }
+    // The older one is gone too: the process-wide handler answers again.
+    EXPECT_EQ(AfxMessageBox(CString("b")), 1);
+    AfxSetMessageBoxHandler(previous);
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(second, 1);
+    EXPECT_EQ(process, 1);
+}
+
+TEST(ScopedMessageBoxHandler, EmptyHandlerIsTheDefault) {
+    ScopedMessageBoxHandler scope{AfxMessageBoxHandler()};
+    testing::internal::CaptureStderr();
+    const int notice = AfxMessageBox(CString("scoped default"));
+    const int question = AfxMessageBox(CString("go on?"), MB_YESNO);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "scoped default\ngo on?\n");
+    EXPECT_EQ(notice, IDOK);
+    EXPECT_EQ(question, IDNO);
+}
+
+TEST(ScopedMessageBoxHandler, BoxOfTheHandlerItselfGoesToTheNextOneOut) {
+    MessageBoxRecorder outer(IDYES);
+    std::vector<std::string> seen;
+    {
+        ScopedMessageBoxHandler tee([&](const CString& text, UINT type, UINT helpId) {
+            seen.push_back(text.ToUtf8());
+            return AfxMessageBox(text, type, helpId);
+        });
+        EXPECT_EQ(AfxMessageBox(CString("passed on"), MB_YESNO), IDYES);
+        // The handler is in place again after it ran.
+        EXPECT_EQ(AfxMessageBox(CString("again")), IDYES);
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"passed on", "again"}));
+    EXPECT_EQ(outer.texts(), (std::vector<std::string>{"passed on", "again"}));
+}
+
+TEST(ScopedMessageBoxHandler, HandlerThatThrowsLeavesItselfInPlace) {
+    std::atomic<int> after{0};
+    ScopedMessageBoxHandler scope([&](const CString& text, UINT, UINT) -> int {
+        if (text == CString("throw")) {
+            throw std::runtime_error("from the handler");
+        }
+        ++after;
+        return IDOK;
+    });
+    EXPECT_THROW(AfxMessageBox(CString("throw")), std::runtime_error);
+    EXPECT_EQ(AfxMessageBox(CString("calm")), IDOK);
+    EXPECT_EQ(after, 1);
+}
+
+TEST(ScopedMessageBoxHandler, EachThreadsRecorderSeesItsOwnBoxesOnly) {
+    constexpr int kThreads = 4;
+    constexpr int kBoxes = 200;
+    std::vector<std::vector<std::string>> texts(kThreads);
+    std::latch start(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            MessageBoxRecorder recorder;
+            start.arrive_and_wait();
+            for (int i = 0; i < kBoxes; ++i) {
+                AfxMessageBox(CString(("thread " + std::to_string(t)).c_str()));
+            }
+            texts[static_cast<std::size_t>(t)] = recorder.texts();
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (int t = 0; t < kThreads; ++t) {
+        EXPECT_EQ(texts[static_cast<std::size_t>(t)],
+                  std::vector<std::string>(kBoxes, "thread " + std::to_string(t)));
+    }
+}
+
+// ---------------------------------------------------------------------------
+// The process-wide handler replaced while other threads show boxes.
+
+TEST(MessageBox, ProcessHandlerReplacedWhileOtherThreadsShowBoxes) {
+    constexpr int kThreads = 3;
+    constexpr int kBoxesPerThread = 2000;
+    constexpr int kReplacements = 2000;
+    // Each handler holds its counter by a shared pointer, so that the
+    // copies made by the replacements share it.
+    auto first = std::make_shared<std::atomic<int>>(0);
+    auto second = std::make_shared<std::atomic<int>>(0);
+    const auto handlerOf = [](std::shared_ptr<std::atomic<int>> count, int answer) {
+        return AfxMessageBoxHandler([count, answer](const CString&, UINT, UINT) {
+            ++*count;
+            return answer;
+        });
+    };
+    const AfxMessageBoxHandler previous = AfxSetMessageBoxHandler(handlerOf(first, 1));
+    std::atomic<int> wrongAnswers{0};
+    std::latch start(kThreads + 1);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            for (int i = 0; i < kBoxesPerThread; ++i) {
+                const int answer = AfxMessageBox(CString("box"));
+                if (answer != 1 && answer != 2) {
+                    ++wrongAnswers;
+                }
+            }
+        });
+    }
+    start.arrive_and_wait();
+    for (int i = 0; i < kReplacements; ++i) {
+        const AfxMessageBoxHandler replaced =
+            AfxSetMessageBoxHandler(i % 2 == 0 ? handlerOf(second, 2) : handlerOf(first, 1));
+        EXPECT_TRUE(static_cast<bool>(replaced));
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    AfxSetMessageBoxHandler(previous);
+    EXPECT_EQ(wrongAnswers, 0);
+    EXPECT_EQ(*first + *second, kThreads * kBoxesPerThread);
+}
+
+TEST(MessageBox, HandlerReplacingItselfOnManyThreadsAtOnce) {
+    constexpr int kThreads = 4;
+    constexpr int kBoxesPerThread = 500;
+    auto calls = std::make_shared<std::atomic<int>>(0);
+    // Every call puts a fresh copy of the same handler in its own place.
+    struct SelfReplacing {
+        std::shared_ptr<std::atomic<int>> calls;
+        int operator()(const CString&, UINT, UINT) const {
+            ++*calls;
+            AfxSetMessageBoxHandler(*this);
+            return IDOK;
+        }
+    };
+    const AfxMessageBoxHandler previous = AfxSetMessageBoxHandler(SelfReplacing{calls});
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([] {
+            for (int i = 0; i < kBoxesPerThread; ++i) {
+                AfxMessageBox(CString("again"));
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    AfxSetMessageBoxHandler(previous);
+    EXPECT_EQ(*calls, kThreads * kBoxesPerThread);
 }
 
 }  // namespace

@@ -30,16 +30,11 @@ void dumpLoadedInput(const std::vector<BYTE>& bytes) {
 
 }  // namespace
 
-MessageBoxRecorder::MessageBoxRecorder(int answer) : m_answer(answer) {
-    m_previous = AfxSetMessageBoxHandler([this](const CString& text, UINT type, UINT helpId) {
-        m_boxes.push_back(Box{text.ToUtf8(), type, helpId});
-        return m_answer;
-    });
-}
-
-MessageBoxRecorder::~MessageBoxRecorder() {
-    AfxSetMessageBoxHandler(std::move(m_previous));
-}
+MessageBoxRecorder::MessageBoxRecorder(int answer)
+    : m_answer(answer), m_scope([this](const CString& text, UINT type, UINT helpId) {
+          m_boxes.push_back(Box{text.ToUtf8(), type, helpId});
+          return m_answer;
+      }) {}
 
 std::vector<std::string> MessageBoxRecorder::texts() const {
     std::vector<std::string> out;

@@ -15,8 +15,9 @@
 
 namespace fluxgrid::test {
 
-/// Records every message box shown while it lives, answering each with
-/// `answer`; restores the previous handler when it goes.
+/// Records every message box that its own thread shows while it lives,
+/// answering each with `answer`; the boxes of other threads pass it by.
+/// Restores the thread's previous handler when it goes.
 class MessageBoxRecorder {
   public:
     struct Box {
@@ -26,7 +27,6 @@ class MessageBoxRecorder {
     };
 
     explicit MessageBoxRecorder(int answer = IDOK);
-    ~MessageBoxRecorder();
     MessageBoxRecorder(const MessageBoxRecorder&) = delete;
     MessageBoxRecorder& operator=(const MessageBoxRecorder&) = delete;
 
@@ -37,7 +37,7 @@ class MessageBoxRecorder {
   private:
     std::vector<Box> m_boxes;
     int m_answer;
-    AfxMessageBoxHandler m_previous;
+    ScopedMessageBoxHandler m_scope;
 };
 
 /// A file in memory that hands out at most `piece` bytes per read, like a

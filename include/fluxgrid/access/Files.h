@@ -201,12 +201,17 @@ struct FileHeader {
     int version;
 };
 
-/// Tells the kind and version from the first bytes of a file (22 to 40
+/// Tells the kind and version from the first bytes of a file (22 to 42
 /// bytes suffice for every kind) without loading it. `badMagic` for empty
 /// bytes and a magic of no kind, `truncated` when the bytes end inside the
-/// frame. `name` only labels the failure.
+/// frame: before the version, or inside the magic where the bytes are how
+/// the wide magic of a kind opens (the kind is then told if only one
+/// magic opens that way). `name` only labels the failure.
 FileResult<FileHeader> readHeader(std::span<const BYTE> firstBytes, std::string_view name = {});
-/// The same for a file, reading no more than its first bytes.
+/// The same for a file, reading no more than its first 256 bytes, unless a
+/// foreign string longer than that opens the file: then the whole file is
+/// read to tell it from a truncated one. The failures of `loadFile` for
+/// what is not a regular file.
 FileResult<FileHeader> readHeader(const std::filesystem::path& path);
 
 /// A loaded file.
@@ -235,10 +240,13 @@ inline constexpr std::uintmax_t kDefaultMaxFileBytes = std::uintmax_t{1} << 30;
 
 struct LoadOptions {
     /// Files larger than this are refused with `tooLarge` before a byte is
-    /// read.
+    /// read; so are more bytes than this given to `loadBytes`.
     std::uintmax_t maxBytes = kDefaultMaxFileBytes;
     /// Load through the entry of this kind whatever the magic says, so that
-    /// a file of another kind is refused in that entry's own words.
+    /// a file of another kind is refused in that entry's own words. The
+    /// version is checked against the kind's list only when the frame is
+    /// that of this kind; the failure's kind and version are still what the
+    /// first bytes told.
     std::optional<FileKind> as;
 };
 

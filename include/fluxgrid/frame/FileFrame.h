@@ -8,6 +8,8 @@
 #include <fluxgrid/platform/Archive.h>
 #include <fluxgrid/platform/CString.h>
 
+#include <string_view>
+
 namespace fluxgrid::frame {
 
 /// Bad-magic words of the coil, vapor cell, SQUID and OPM records.
@@ -16,17 +18,17 @@ inline constexpr const char* kNotMegFile = "The opened file is not MEG file or c
 inline constexpr const char* kWrongFileFormat = "Wrong file format!!?";
 
 /// Writes the magic and the version.
-void storeHeader(CArchive& ar, const char16_t* magic, int version);
+void storeHeader(CArchive& ar, std::u16string_view magic, int version);
 
 /// Reads a magic and compares it exactly, letter case counting; a narrow
 /// string with the same letters matches. Shows nothing.
-bool magicMatches(CArchive& ar, const char16_t* magic);
+bool magicMatches(CArchive& ar, std::u16string_view magic);
 
 /// Reads the magic and compares it exactly, letter case counting; a narrow
 /// string with the same letters matches. On a mismatch it shows
 /// `badMagicText` and returns false, leaving the stream just behind the
 /// string.
-bool loadMagic(CArchive& ar, const char16_t* magic, const char* badMagicText);
+bool loadMagic(CArchive& ar, std::u16string_view magic, const char* badMagicText);
 
 /// Reads the version.
 int loadVersion(CArchive& ar);
