@@ -8,39 +8,26 @@
 
 namespace fluxgrid::fuzz {
 
-/// A kind of the library's table and the final class that its files hold.
+/// A kind of the library's table, the final class that its files hold and
+/// the library's entry for it.
 template <FileKind Kind>
 struct TableKind {
     static constexpr FileKind kind = Kind;
     using Object = typename FileObjectOf<Kind>::type;
+    static int serialize(Object& object, CArchive& ar) { return serializeFile(object, ar); }
     static bool storable(const Object&) { return true; }
     static void release(Object&) {}
 };
 
-struct CoilKind : TableKind<FileKind::coil> {
-    static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
-};
-
-struct VaporKind : TableKind<FileKind::vapor> {
-    static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
-};
-
-struct SquidKind : TableKind<FileKind::squid> {
-    static int serialize(Object& object, CArchive& ar) { return object.serialize(ar); }
-};
-
-struct OpmKind : TableKind<FileKind::opm> {
-    static int serialize(Object& object, CArchive& ar) { return object.serialize(ar); }
-};
-
-struct SensorKind : TableKind<FileKind::sensor> {
-    static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
-};
+using CoilKind = TableKind<FileKind::coil>;
+using VaporKind = TableKind<FileKind::vapor>;
+using SquidKind = TableKind<FileKind::squid>;
+using OpmKind = TableKind<FileKind::opm>;
+using SensorKind = TableKind<FileKind::sensor>;
 
 /// The host releases the entries of the head localization lists through the
 /// clean operations before it lets the object go; so does the fuzz target.
 struct HeadLocKind : TableKind<FileKind::headloc> {
-    static int serialize(Object& object, CArchive& ar) { return object.serializeqv(ar); }
     /// The first section is counted by `fiducialPtRaw` and filled from
     /// `fiducialPA`, so a file whose first list is the longer one loads, but
     /// its store raises the invalid-argument exception.

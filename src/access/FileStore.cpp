@@ -38,7 +38,7 @@ FileResult<std::vector<BYTE>> storeBytes(T& object) {
     int result = 0;
     try {
         CArchive ar(&file, CArchive::store);
-        result = access::runEntry(object, ar);
+        result = serializeFile(object, ar);
         ar.Close();
     } catch (const std::exception& e) {
         return storeFailure(kind,

@@ -337,7 +337,7 @@ FileResult<LoadedFile> loadAs(std::span<const BYTE> bytes, std::string_view name
     int result = 0;
     try {
         CArchive ar(&file, CArchive::load);
-        result = access::runEntry(*object, ar);
+        result = serializeFile(*object, ar);
         ar.Close();
     } catch (const CArchiveException& e) {
         if (e.m_cause == CArchiveException::endOfFile) {

@@ -89,6 +89,27 @@ inline constexpr FileKind kFileKindOf = std::is_same_v<T, CMagCoilqv>     ? File
                                         : std::is_same_v<T, CMEGSensorqv> ? FileKind::sensor
                                                                           : FileKind::headloc;
 
+/// The entry of a final class: the one function that loads or stores a
+/// whole file of its kind, frame and body, as the archive's direction says.
+inline int serializeFile(CMagCoilqv& object, CArchive& ar) {
+    return object.serializeqv(ar);
+}
+inline int serializeFile(CMagVaporqv& object, CArchive& ar) {
+    return object.serializeqv(ar);
+}
+inline int serializeFile(CMegSquidqv& object, CArchive& ar) {
+    return object.serialize(ar);
+}
+inline int serializeFile(CMegOpmqv& object, CArchive& ar) {
+    return object.serialize(ar);
+}
+inline int serializeFile(CMEGSensorqv& object, CArchive& ar) {
+    return object.serializeqv(ar);
+}
+inline int serializeFile(CHeadLocalizationqv& object, CArchive& ar) {
+    return object.serializeqv(ar);
+}
+
 /// The object a file was loaded into; the alternative's index is the
 /// `FileKind`.
 using FileObjectPtr =
