@@ -12,6 +12,7 @@
 #include "support/HardwareRecords.h"
 #include "support/Harness.h"
 #include "support/RecordBuilders.h"
+#include "support/SensorRecords.h"
 
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
@@ -371,87 +372,25 @@ TEST(HardwareBodies, OpmLoadTakesTheMarkedFieldsAndNoOther) {
     expectLoadTakesExactlyTheBody<CMegOpm>(source, fresh, loaded, Body::opm20190201);
 }
 
-// The sensor bodies, field by field from the sensor's layout comment. (The
-// sensor tests build the same bodies for their golden bytes.)
-void appendSensorStrings(ByteBuilder& out, const CMEGSensor& s) {
-    out.wide(s.snsRawName.str()).wide(s.snsShowName.str()).wide(s.snsAuxName.str());
-}
-
-void appendSixColumnRows(ByteBuilder& out, const CMEGSensor& s, const CMegGrdBsc& r) {
-    for (int i = 0; i < 4; ++i) {
-        out.f64(s.snsPos4[i]).f64(s.snsOri4[i]).f64(s.locSph[i]);
-        out.f64(r.auxVectorA[i]).f64(r.auxVectorB[i]).i32(r.auxFlags[i]);
-    }
-}
-
-void appendW12(ByteBuilder& out, const CMEGSensor& s) {
-    out.i32(s.coefAuxNo);
-    for (double v : s.w12Values) {
-        out.f64(v);
-    }
-}
-
-void appendCoils(ByteBuilder& out, const CMegSquid& r) {
-    for (int i = 0; i < 8; ++i) {
-        fluxgrid::test::appendCoilRecord20211230(out, r.coilDewar[i]);
-        fluxgrid::test::appendCoilRecord20211230(out, r.coilHead[i]);
-        fluxgrid::test::appendCoilRecord20211230(out, r.coilWork[i]);
-    }
-}
-
+// A sensor file of `body` from the tests' sensor record builders, with
+// coil records of the newest version. In the old bodies the first of the
+// two sensor types differs from the one that counts.
 std::vector<BYTE> sensorFile(Body body, const CMEGSensor& s) {
-    ByteBuilder out;
-    out.wide(u"MEGSENSORQV");
     if (body == Body::sensor20200210) {
-        out.i32(20200210).i32(s.geomFlag).i32(s.backupNo);
-        appendSensorStrings(out, s);
-        out.i32(s.snsFileNo).i32(s.sensorType).i32(s.snsAuxNo);
-        for (int i = 0; i < 4; ++i) {
-            out.f64(s.snsPos4[i]).f64(s.snsOri4[i]).f64(s.locSph[i]);
-        }
-        out.i32(s.w12Evaluate).i32(s.w12AuxNo);
-        appendW12(out, s);
-        out.i32(s.hardwareType).i32(1);
-        if (s.hardwareType == 0) {
-            fluxgrid::test::appendSquidRecord20190201(out,
-                                                      *static_cast<CMegSquidqv*>(s.hardware.get()));
-        } else {
-            fluxgrid::test::appendOpmRecord20190201(out,
-                                                    *static_cast<CMegOpmqv*>(s.hardware.get()));
-        }
-        return out.bytes();
+        const std::vector<BYTE> nested =
+            s.hardwareType == 0
+                ? fluxgrid::test::squidRecord20190201(*static_cast<CMegSquidqv*>(s.hardware.get()))
+                : fluxgrid::test::opmRecord20190201(*static_cast<CMegOpmqv*>(s.hardware.get()));
+        return fluxgrid::test::sensorFile20200210(s, s.hardwareType, 1, nested);
     }
     const CMegSquid& r = *static_cast<CMegSquidqv*>(s.hardware.get());
     if (body == Body::sensor20140513) {
-        out.i32(20140513).i32(s.backupNo);
-        appendSensorStrings(out, s);
-        out.i32(s.snsFileNo).i32(s.sensorType).i32(r.hardwareNo).f64(r.neuromagFactor);
-        out.f64(r.gainOffset).f64(r.scaleConstant).f64(r.properGain).f64(r.secondGain);
-        out.f64(r.thirdGain).f64(r.totalGain).i32(r.gradOrderNo).i32(r.gradAuxNo);
-        out.boolean(r.realIdealCoefMode).boolean(r.adaptiveBalance);
-        out.f64(r.auxValue1).f64(r.auxValue2).i32(s.snsAuxNo);
-        appendSixColumnRows(out, s, r);
-        out.i32(s.w12Evaluate).i32(s.w12AuxNo);
-        appendW12(out, s);
-        out.i32(r.totalCoils).i32(r.currentCoilID);
-        appendCoils(out, r);
-        return out.bytes();
+        return fluxgrid::test::sensorFile(20140513,
+                                          fluxgrid::test::sensorBody20140513(s, r, 20211230));
     }
-    out.i32(body == Body::sensor20080101 ? 20080101 : 20091117);
-    appendSensorStrings(out, s);
-    out.i32(s.backupNo).i32(s.sensorType + 1);  // the first sensorType does not count
-    out.i32(r.hardwareNo).f64(r.properGain).f64(r.secondGain).f64(r.thirdGain);
-    out.f64(r.gainOffset).i32(r.totalCoils).i32(r.currentCoilID).i32(r.gradOrderNo);
-    out.i32(r.gradAuxNo).f64(r.scaleConstant).f64(r.totalGain);
-    out.boolean(r.realIdealCoefMode).boolean(r.adaptiveBalance).i32(s.sensorType);
-    out.f64(0.0);  // reserved
-    out.f64(r.auxValue1).f64(r.auxValue2).i32(s.snsAuxNo);
-    appendSixColumnRows(out, s, r);
-    appendCoils(out, r);
-    if (body == Body::sensor20091117) {
-        appendW12(out, s);
-    }
-    return out.bytes();
+    const int version = body == Body::sensor20080101 ? 20080101 : 20091117;
+    return fluxgrid::test::sensorFile(
+        version, fluxgrid::test::sensorBody2008(version, s, r, 20211230, s.sensorType + 1, 0));
 }
 
 // A sensor with a record of `kind`, every field filled from `seed`.
