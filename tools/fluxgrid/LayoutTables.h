@@ -5,6 +5,8 @@
 
 #include "Channels.h"
 
+#include <fluxgrid/access/Layouts.h>
+
 #include <array>
 #include <string>
 #include <string_view>
@@ -12,8 +14,7 @@
 
 namespace fluxgrid::tool {
 
-/// The frame a table stands in.
-enum class LayoutFrame { head, sphere, net };
+using fluxgrid::LayoutFrame;
 
 struct LayoutTable {
     std::string name;

@@ -1,0 +1,82 @@
+/// \file Layouts.h
+/// The thirteen constant channel layout tables as one catalogue: each
+/// table's name, its rows and the frame its positions stand in, with that
+/// frame's axes and unit, and the one conversion of its coordinates into
+/// the right-handed frame of the analysis packages (x to the subject's
+/// right, y to the nose, z to the vertex; metres).
+#pragma once
+
+#include <fluxgrid/sensor/MegOpmNamePosType.h>
+#include <fluxgrid/tables/EegNamePosType.h>
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string_view>
+
+namespace fluxgrid {
+
+/// The frames of the tables, in the order of `layoutFrameInfo`.
+enum class LayoutFrame { head, sphere, net };
+
+/// A signed permutation of the axes: coordinate i of the converted point is
+/// `sign[i] * p[source[i]]`.
+struct AxesMap {
+    std::array<int, 3> source;
+    std::array<int, 3> sign;
+
+    std::array<double, 3> operator()(const std::array<double, 3>& p) const {
+        return {sign[0] * p[source[0]], sign[1] * p[source[1]], sign[2] * p[source[2]]};
+    }
+};
+
+/// The map from a frame given by its three-letter orientation code to RAS.
+/// Each letter names where its axis grows toward: R or L, A or P, S or I,
+/// each pair used once, in either case ("LSP", "als"). Empty for any other
+/// text. A code with an odd number of L, P and I letters is left-handed and
+/// its map a reflection.
+std::optional<AxesMap> axesToRas(std::string_view code);
+
+struct LayoutFrameInfo {
+    LayoutFrame frame;
+    /// "head", "sphere" or "net".
+    std::string_view name;
+    /// The orientation code: "LSP" (head: x to the subject's left, y to the
+    /// top, z to the back; a left-handed frame), "ALS" (sphere: x to the
+    /// nose, y to the left, z to the vertex) or "RAS" (net).
+    std::string_view axes;
+    /// The axes in words, with the unit.
+    std::string_view description;
+    /// "mm", "cm", or empty for the unitless sphere of radius 100.
+    std::string_view unit;
+    /// Metres per unit of the frame: the sphere is taken as a head of
+    /// radius 0.095 m, MNE-Python's default.
+    double metres;
+};
+
+const LayoutFrameInfo& layoutFrameInfo(LayoutFrame frame);
+
+/// A position of a frame in RAS metres.
+std::array<double, 3> positionToRas(LayoutFrame frame, const std::array<double, 3>& position);
+/// A direction of a frame in RAS: the same axes map, without the scale.
+std::array<double, 3> directionToRas(LayoutFrame frame, const std::array<double, 3>& direction);
+
+/// One table: an EEG table has `eeg` rows and no `meg` rows, an MEG table
+/// the other way round.
+struct LayoutTableInfo {
+    std::string_view name;
+    LayoutFrame frame;
+    std::span<const EEG_NAME_POS_TYPE> eeg;
+    std::span<const MEG_OPM_NAME_POS_TYPE> meg;
+
+    bool isMeg() const { return !meg.empty(); }
+    std::size_t size() const { return isMeg() ? meg.size() : eeg.size(); }
+};
+
+/// All thirteen tables, EEG first, in the library's order.
+std::span<const LayoutTableInfo> layoutTables();
+/// The table called `name` (exactly), or null.
+const LayoutTableInfo* findLayoutTable(std::string_view name);
+
+}  // namespace fluxgrid

@@ -1,0 +1,117 @@
+// The catalogue of layout tables and the conversion of their frames into
+// RAS metres.
+#include <fluxgrid/access/Layouts.h>
+#include <fluxgrid/tables/EegLayouts.h>
+#include <fluxgrid/tables/MegLayouts.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <set>
+#include <string>
+
+namespace {
+
+using fluxgrid::axesToRas;
+using fluxgrid::LayoutFrame;
+using Point = std::array<double, 3>;
+
+TEST(AxesToRas, MapsTheHeadFrameCodeLeftTopBackToMinusXMinusZY) {
+    const auto map = axesToRas("LSP");
+    ASSERT_TRUE(map);
+    EXPECT_EQ((*map)({1, 2, 3}), (Point{-1, -3, 2}));
+}
+
+TEST(AxesToRas, MapsTheSphereFrameCodeNoseLeftVertexToMinusYXZ) {
+    const auto map = axesToRas("als");
+    ASSERT_TRUE(map);
+    EXPECT_EQ((*map)({1, 2, 3}), (Point{-2, 1, 3}));
+}
+
+TEST(AxesToRas, LeavesRasAsItIs) {
+    EXPECT_EQ((*axesToRas("RAS"))({1, 2, 3}), (Point{1, 2, 3}));
+}
+
+TEST(AxesToRas, RefusesCodesThatDoNotNameEachAxisOnce) {
+    for (const char* code : {"", "RA", "RASX", "RRS", "RLA", "XYZ", "LSS"}) {
+        EXPECT_FALSE(axesToRas(code)) << code;
+    }
+}
+
+TEST(LayoutTables, ListsThirteenUniqueTablesEegFirst) {
+    const auto tables = fluxgrid::layoutTables();
+    ASSERT_EQ(tables.size(), 13u);
+    std::set<std::string> names;
+    bool megSeen = false;
+    for (const auto& table : tables) {
+        names.insert(std::string(table.name));
+        EXPECT_FALSE(!table.isMeg() && megSeen) << table.name;
+        megSeen = megSeen || table.isMeg();
+        EXPECT_EQ(fluxgrid::findLayoutTable(table.name), &table);
+    }
+    EXPECT_EQ(names.size(), 13u);
+    EXPECT_EQ(tables.front().name, "eegLayout10");
+    EXPECT_EQ(tables.back().name, "megTriaxial33");
+    EXPECT_EQ(fluxgrid::findLayoutTable("nope"), nullptr);
+}
+
+TEST(LayoutTables, HoldTheLibraryRowsThemselves) {
+    const auto* net = fluxgrid::findLayoutTable("eegNet260");
+    ASSERT_NE(net, nullptr);
+    EXPECT_EQ(net->eeg.data(), eegNet260);
+    EXPECT_EQ(net->size(), 260u);
+    EXPECT_EQ(net->frame, LayoutFrame::net);
+    const auto* meg = fluxgrid::findLayoutTable("megLayout32");
+    ASSERT_NE(meg, nullptr);
+    EXPECT_EQ(meg->meg.data(), megLayout32);
+    EXPECT_TRUE(meg->eeg.empty());
+    EXPECT_EQ(fluxgrid::findLayoutTable("eegSphere47")->frame, LayoutFrame::sphere);
+}
+
+TEST(LayoutFrames, GiveCodeUnitAndScale) {
+    EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::head).axes, "LSP");
+    EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::head).unit, "mm");
+    EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::sphere).axes, "ALS");
+    EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::sphere).unit, "");
+    EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::net).axes, "RAS");
+    EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::net).unit, "cm");
+}
+
+TEST(LayoutFrames, TurnPositionsIntoRasMetres) {
+    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::head, {10, 20, 30}),
+              (Point{-10 * 0.001, -30 * 0.001, 20 * 0.001}));
+    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::net, {1, 2, 3}),
+              (Point{1 * 0.01, 2 * 0.01, 3 * 0.01}));
+    const double s = 0.095 / 100.0;
+    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::sphere, {100, 0, 0}), (Point{-0.0, 100 * s, 0}));
+    EXPECT_EQ(fluxgrid::directionToRas(LayoutFrame::head, {0, 1, 0}), (Point{-0.0, -0.0, 1}));
+}
+
+TEST(LayoutFrames, PutFzInFrontCzOnTopAndT7OnTheLeftOfEveryFrame) {
+    int front = 0, top = 0, left = 0;
+    for (const auto& table : fluxgrid::layoutTables()) {
+        for (const auto& row : table.eeg) {
+            const std::string name = row.name.ToUtf8();
+            const Point ras = fluxgrid::positionToRas(table.frame, {row.posX, row.posY, row.posZ});
+            if (name == "FZ" || name == "Fz" || name == "FidNz") {
+                EXPECT_GT(ras[1], 0.0) << table.name << " " << name;
+                ++front;
+            }
+            if (name == "CZ" || name == "Cz") {
+                EXPECT_GT(ras[2], 0.0) << table.name << " " << name;
+                EXPECT_NEAR(ras[0], 0.0, 0.01) << table.name << " " << name;
+                ++top;
+            }
+            if (name == "T7" || name == "T3" || name == "A1" || name == "FidT9") {
+                EXPECT_LT(ras[0], 0.0) << table.name << " " << name;
+                ++left;
+            }
+        }
+    }
+    // Most EEG tables name one of each.
+    EXPECT_GE(front, 7);
+    EXPECT_GE(top, 7);
+    EXPECT_GE(left, 7);
+}
+
+}  // namespace
