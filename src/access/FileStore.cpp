@@ -4,8 +4,6 @@
 #include <fluxgrid/platform/Exceptions.h>
 #include <fluxgrid/platform/MessageBox.h>
 
-#include "Entries.h"
-
 #include <exception>
 #include <string>
 #include <utility>
@@ -29,11 +27,7 @@ FileError storeFailure(FileKind kind, std::string message, std::vector<std::stri
 template <FileObject T>
 FileResult<std::vector<BYTE>> storeBytes(T& object) {
     constexpr FileKind kind = kFileKindOf<T>;
-    std::vector<std::string> boxes;
-    const ScopedMessageBoxHandler capture([&boxes](const CString& text, UINT type, UINT) {
-        boxes.push_back(text.ToUtf8());
-        return access::harmlessAnswer(type);
-    });
+    MessageBoxCapture capture;
     CMemFile file;
     int result = 0;
     try {
@@ -43,16 +37,16 @@ FileResult<std::vector<BYTE>> storeBytes(T& object) {
     } catch (const std::exception& e) {
         return storeFailure(kind,
                             std::string("the library refused to store the object: ") + e.what(),
-                            std::move(boxes));
+                            capture.take());
     }
     if (result == 0) {
-        return storeFailure(kind, "the library refused to store the object", std::move(boxes));
+        return storeFailure(kind, "the library refused to store the object", capture.take());
     }
-    if (!boxes.empty()) {
+    if (!capture.texts().empty()) {
         return storeFailure(kind,
-                            "the library reported " + std::to_string(boxes.size()) +
+                            "the library reported " + std::to_string(capture.texts().size()) +
                                 " problem(s) while storing; the content cannot be trusted",
-                            std::move(boxes));
+                            capture.take());
     }
     return file.Data();
 }

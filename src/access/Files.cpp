@@ -6,8 +6,6 @@
 #include <fluxgrid/platform/Exceptions.h>
 #include <fluxgrid/platform/MessageBox.h>
 
-#include "Entries.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -318,11 +316,8 @@ FileResult<LoadedFile> loadAs(std::span<const BYTE> bytes, std::string_view name
     constexpr FileKind kind = kFileKindOf<T>;
     auto object = std::make_unique<T>();
 
-    std::vector<std::string> boxes;
-    const ScopedMessageBoxHandler capture([&boxes](const CString& text, UINT type, UINT) {
-        boxes.push_back(text.ToUtf8());
-        return access::harmlessAnswer(type);
-    });
+    MessageBoxCapture capture;
+    const std::vector<std::string>& boxes = capture.texts();
     const auto failed = [&](FileFailure failure, std::string message) {
         FileError error = failureOf(failure, name, std::move(message));
         if (header) {

@@ -91,3 +91,13 @@ AfxMessageBoxHandler AfxSetMessageBoxHandler(AfxMessageBoxHandler handler) {
     // A copy: a box on another thread may still be running the old one.
     return *previous;
 }
+
+namespace fluxgrid {
+
+MessageBoxCapture::MessageBoxCapture()
+    : m_scope([this](const CString& text, UINT type, UINT) {
+          m_texts.push_back(text.ToUtf8());
+          return (type & 0x0F) == MB_YESNO ? IDNO : IDOK;
+      }) {}
+
+}  // namespace fluxgrid

@@ -18,6 +18,9 @@
 #include <fluxgrid/platform/CString.h>
 
 #include <functional>
+#include <string>
+#include <utility>
+#include <vector>
 
 constexpr UINT MB_OK = 0;
 constexpr UINT MB_OKCANCEL = 1;
@@ -79,6 +82,25 @@ class ScopedMessageBoxHandler {
     AfxMessageBoxHandler m_handler;
     /// The handler this one covers on the same thread; null for none.
     ScopedMessageBoxHandler* m_covered;
+};
+
+/// Records the texts of the message boxes raised on this thread while it
+/// lives, in order, and answers each the way that changes nothing: OK, or No
+/// to a Yes/No question. What a caller uses to turn boxes into messages of
+/// its own, as the loading facade and the Python module do.
+class MessageBoxCapture {
+  public:
+    MessageBoxCapture();
+    MessageBoxCapture(const MessageBoxCapture&) = delete;
+    MessageBoxCapture& operator=(const MessageBoxCapture&) = delete;
+
+    const std::vector<std::string>& texts() const { return m_texts; }
+    /// The texts so far, leaving the record empty.
+    std::vector<std::string> take() { return std::exchange(m_texts, {}); }
+
+  private:
+    std::vector<std::string> m_texts;
+    ScopedMessageBoxHandler m_scope;
 };
 
 }  // namespace fluxgrid
