@@ -1,223 +1,83 @@
-// The JSON of the model objects, driven by the field table: nothing here
-// names a field of any record.
+// The JSON of the model objects: the library's object tree, written by the
+// tool's JSON writer.
 #include "ObjectJson.h"
 
-#include <fluxgrid/access/FieldTable.h>
+#include <fluxgrid/access/ObjectTree.h>
 
-#include <algorithm>
 #include <cmath>
-#include <functional>
-#include <string_view>
-#include <type_traits>
-#include <utility>
-#include <vector>
+#include <string>
 
 namespace fluxgrid::tool {
 
 namespace {
 
-// The members of one JSON object, gathered with what writes each value and
-// then written in byte order of their keys, as nlohmann-json orders them.
-class Members {
+// The tree into the writer. Doubles that JSON cannot hold as numbers become
+// the strings "NaN", "Infinity" and "-Infinity".
+class JsonSink final : public TreeSink {
   public:
-    using Write = std::function<void(JsonWriter&)>;
+    explicit JsonSink(JsonWriter& out) : m_out(out) {}
 
-    void add(std::string_view key, Write write) { m_members.emplace_back(key, std::move(write)); }
-
-    void writeTo(JsonWriter& out) {
-        std::stable_sort(m_members.begin(), m_members.end(),
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
-        out.beginObject();
-        for (const auto& [key, write] : m_members) {
-            out.key(key);
-            write(out);
+    void beginObject() override { m_out.beginObject(); }
+    void endObject() override { m_out.endObject(); }
+    void beginArray() override { m_out.beginArray(); }
+    void endArray() override { m_out.endArray(); }
+    void key(std::string_view name) override { m_out.key(name); }
+    void string(std::string_view text) override { m_out.string(text); }
+    void integer(std::int64_t value) override { m_out.integer(value); }
+    void unsignedInteger(std::uint64_t value) override { m_out.unsignedInteger(value); }
+    void boolean(bool value) override { m_out.boolean(value); }
+    void null() override { m_out.null(); }
+    void real(double value) override {
+        if (std::isnan(value)) {
+            m_out.string("NaN");
+        } else if (std::isinf(value)) {
+            m_out.string(value > 0 ? "Infinity" : "-Infinity");
+        } else {
+            m_out.real(value);
         }
-        out.endObject();
     }
 
   private:
-    std::vector<std::pair<std::string_view, Write>> m_members;
+    JsonWriter& m_out;
 };
-
-void writeNumber(JsonWriter& out, double value) {
-    if (std::isnan(value)) {
-        out.string("NaN");
-    } else if (std::isinf(value)) {
-        out.string(value > 0 ? "Infinity" : "-Infinity");
-    } else {
-        out.real(value);
-    }
-}
-
-void writeValue(JsonWriter& out, const CString& text) {
-    out.string(text.ToUtf8());
-}
-
-template <class T>
-requires std::is_arithmetic_v<T>
-void writeValue(JsonWriter& out, T value) {
-    if constexpr (std::is_same_v<T, bool>) {
-        out.boolean(value);
-    } else if constexpr (std::is_floating_point_v<T>) {
-        writeNumber(out, static_cast<double>(value));
-    } else if constexpr (std::is_signed_v<T>) {
-        out.integer(value);
-    } else {
-        out.unsignedInteger(value);
-    }
-}
-
-template <class T, std::size_t N>
-void writeValue(JsonWriter& out, const T (&values)[N]) {
-    out.beginArray();
-    for (const T& value : values) {
-        writeValue(out, value);
-    }
-    out.endArray();
-}
-
-template <class Record>
-void writeRecord(JsonWriter& out, const Record& record);
-
-void writeHardware(JsonWriter& out, const CMEGSensor& sensor);
-void writeEntries(JsonWriter& out, const CFiducialPtrArray& entries);
-void writeStrings(JsonWriter& out, const CStringArray& texts);
-
-// Gathers the members of a record's object from its field table. A base
-// without a name adds its fields among the record's own.
-class Gather {
-  public:
-    explicit Gather(Members& members) : m_members(members) {}
-
-    template <class T>
-    void value(std::string_view name, const T& field, fields::Filed) {
-        m_members.add(name, [&field](JsonWriter& out) { writeValue(out, field); });
-    }
-    template <class R>
-    void nested(std::string_view name, const R& record, fields::Filed, fields::Body) {
-        m_members.add(name, [&record](JsonWriter& out) { writeRecord(out, record); });
-    }
-    template <class B>
-    void base(std::string_view name, const B& record) {
-        if (name.empty()) {
-            fields::visitFields(record, *this);
-        } else {
-            m_members.add(name, [&record](JsonWriter& out) { writeRecord(out, record); });
-        }
-    }
-    void hardware(std::string_view name, const CMEGSensor& sensor, fields::Filed) {
-        m_members.add(name, [&sensor](JsonWriter& out) { writeHardware(out, sensor); });
-    }
-    void entries(std::string_view name, const CFiducialPtrArray& list, fields::Filed) {
-        m_members.add(name, [&list](JsonWriter& out) { writeEntries(out, list); });
-    }
-    void strings(std::string_view name, const CStringArray& texts, fields::Filed) {
-        m_members.add(name, [&texts](JsonWriter& out) { writeStrings(out, texts); });
-    }
-
-  private:
-    Members& m_members;
-};
-
-// A record's fields, with `extra` members beside them.
-template <class Record, class Extra>
-void writeRecordWith(JsonWriter& out, const Record& record, Extra extra) {
-    Members members;
-    fields::visitFields(record, Gather(members));
-    extra(members);
-    members.writeTo(out);
-}
-
-template <class Record>
-void writeRecord(JsonWriter& out, const Record& record) {
-    if constexpr (std::is_array_v<Record>) {
-        out.beginArray();
-        for (const auto& element : record) {
-            writeRecord(out, element);
-        }
-        out.endArray();
-    } else {
-        writeRecordWith(out, record, [](Members&) {});
-    }
-}
-
-template <class Record>
-constexpr std::string_view recordKindOf() {
-    if constexpr (std::is_same_v<Record, CMegSquid>) {
-        return "squid";
-    } else if constexpr (std::is_same_v<Record, CMegOpm>) {
-        return "opm";
-    } else {
-        return "unknown";
-    }
-}
-
-void writeHardware(JsonWriter& out, const CMEGSensor& sensor) {
-    const bool held = fields::withHardwareRecord(sensor, [&out](const auto& record) {
-        using Record = std::remove_cvref_t<decltype(record)>;
-        writeRecordWith(out, record, [](Members& members) {
-            members.add("recordKind", [](JsonWriter& o) { o.string(recordKindOf<Record>()); });
-        });
-    });
-    if (!held) {
-        out.null();
-    }
-}
-
-void writeEntries(JsonWriter& out, const CFiducialPtrArray& entries) {
-    out.beginArray();
-    for (INT_PTR i = 0; i < entries.GetSize(); ++i) {
-        if (const HEAD_LOCATION_TRIAL* record = entries.GetRecordAt(i)) {
-            writeRecordWith(out, *record, [](Members& members) {
-                members.add("kind", [](JsonWriter& o) { o.string("record"); });
-            });
-        } else if (const CFiducialqv* set = entries.GetFiducialAt(i)) {
-            Members members;
-            members.add("kind", [](JsonWriter& o) { o.string("object"); });
-            members.add("fiducial", [set](JsonWriter& o) {
-                writeRecord(o, static_cast<const CFiducial&>(*set));
-            });
-            members.writeTo(out);
-        } else {
-            out.null();
-        }
-    }
-    out.endArray();
-}
-
-void writeStrings(JsonWriter& out, const CStringArray& texts) {
-    out.beginArray();
-    for (const CString& text : texts) {
-        writeValue(out, text);
-    }
-    out.endArray();
-}
 
 }  // namespace
 
 void writeObjectJson(JsonWriter& out, const FileObjectPtr& object) {
-    std::visit([&out](const auto& held) { writeRecord(out, *held); }, object);
+    JsonSink sink(out);
+    writeObjectTree(sink, object);
 }
+
+// The members below are given in byte order of their keys, as nlohmann-json
+// orders them.
 
 void writeFileJson(JsonWriter& out, const LoadedFile& loaded) {
     const FileKindInfo& info = fileKindInfo(loaded.kind);
-    Members members;
-    members.add("file", [&](JsonWriter& o) { o.string(loaded.file); });
-    members.add("kind", [&](JsonWriter& o) { o.string(info.word); });
-    members.add("magic",
-                [&](JsonWriter& o) { o.string(CString(std::u16string(info.magic)).ToUtf8()); });
-    members.add("version", [&](JsonWriter& o) { o.integer(loaded.version); });
-    members.add("size", [&](JsonWriter& o) { o.unsignedInteger(loaded.size); });
-    members.add("consumed", [&](JsonWriter& o) { o.unsignedInteger(loaded.consumed); });
-    members.add("object", [&](JsonWriter& o) { writeObjectJson(o, loaded.object); });
-    members.writeTo(out);
+    out.beginObject();
+    out.key("consumed");
+    out.unsignedInteger(loaded.consumed);
+    out.key("file");
+    out.string(loaded.file);
+    out.key("kind");
+    out.string(info.word);
+    out.key("magic");
+    out.string(CString(std::u16string(info.magic)).ToUtf8());
+    out.key("object");
+    writeObjectJson(out, loaded.object);
+    out.key("size");
+    out.unsignedInteger(loaded.size);
+    out.key("version");
+    out.integer(loaded.version);
+    out.endObject();
 }
 
 void writeFailureJson(JsonWriter& out, const FileError& error) {
-    Members members;
-    members.add("file", [&](JsonWriter& o) { o.string(error.file); });
-    members.add("error", [&](JsonWriter& o) { o.string(error.message); });
-    members.writeTo(out);
+    out.beginObject();
+    out.key("error");
+    out.string(error.message);
+    out.key("file");
+    out.string(error.file);
+    out.endObject();
 }
 
 }  // namespace fluxgrid::tool
