@@ -312,7 +312,8 @@ FileResult<std::vector<BYTE>> readRegularFile(const std::filesystem::path& path,
 
 template <FileObject T>
 FileResult<LoadedFile> loadAs(std::span<const BYTE> bytes, std::string_view name,
-                              std::optional<FileHeader> header, const FileKindInfo* expected) {
+                              std::optional<FileHeader> header, const FileKindInfo* expected,
+                              bool keepWithBoxes) {
     constexpr FileKind kind = kFileKindOf<T>;
     auto object = std::make_unique<T>();
 
@@ -362,30 +363,32 @@ FileResult<LoadedFile> loadAs(std::span<const BYTE> bytes, std::string_view name
                                                 ? std::string("refused by the library")
                                                 : "refused by the library: " + boxes.front());
     }
-    if (!boxes.empty()) {
+    if (!boxes.empty() && !keepWithBoxes) {
         return failed(FileFailure::refused,
                       "the library reported " + std::to_string(boxes.size()) +
                           " problem(s) while loading; the content cannot be trusted");
     }
+    loaded.boxes = boxes;
     loaded.object = std::move(object);
     return loaded;
 }
 
 FileResult<LoadedFile> loadKind(FileKind kind, std::span<const BYTE> bytes, std::string_view name,
-                                std::optional<FileHeader> header, const FileKindInfo* expected) {
+                                std::optional<FileHeader> header, const FileKindInfo* expected,
+                                bool keepWithBoxes) {
     switch (kind) {
         case FileKind::coil:
-            return loadAs<CMagCoilqv>(bytes, name, header, expected);
+            return loadAs<CMagCoilqv>(bytes, name, header, expected, keepWithBoxes);
         case FileKind::vapor:
-            return loadAs<CMagVaporqv>(bytes, name, header, expected);
+            return loadAs<CMagVaporqv>(bytes, name, header, expected, keepWithBoxes);
         case FileKind::squid:
-            return loadAs<CMegSquidqv>(bytes, name, header, expected);
+            return loadAs<CMegSquidqv>(bytes, name, header, expected, keepWithBoxes);
         case FileKind::opm:
-            return loadAs<CMegOpmqv>(bytes, name, header, expected);
+            return loadAs<CMegOpmqv>(bytes, name, header, expected, keepWithBoxes);
         case FileKind::sensor:
-            return loadAs<CMEGSensorqv>(bytes, name, header, expected);
+            return loadAs<CMEGSensorqv>(bytes, name, header, expected, keepWithBoxes);
         case FileKind::headloc:
-            return loadAs<CHeadLocalizationqv>(bytes, name, header, expected);
+            return loadAs<CHeadLocalizationqv>(bytes, name, header, expected, keepWithBoxes);
     }
     return failureOf(FileFailure::corrupt, name, "no such kind of file");
 }
@@ -438,7 +441,8 @@ FileResult<LoadedFile> loadBytes(std::span<const BYTE> bytes, std::string_view n
         if (!header) {
             return header.error();
         }
-        return loadKind(header->kind, bytes, name, *header, &fileKindInfo(header->kind));
+        return loadKind(header->kind, bytes, name, *header, &fileKindInfo(header->kind),
+                        options.keepWithBoxes);
     }
     // Through the entry asked for, whatever the magic says: the version is
     // checked only when the frame is that of the same kind, and the entry
@@ -448,7 +452,7 @@ FileResult<LoadedFile> loadBytes(std::span<const BYTE> bytes, std::string_view n
         header ? std::optional<FileHeader>(*header) : std::nullopt;
     const FileKindInfo* expected =
         known && known->kind == *options.as ? &fileKindInfo(*options.as) : nullptr;
-    return loadKind(*options.as, bytes, name, known, expected);
+    return loadKind(*options.as, bytes, name, known, expected, options.keepWithBoxes);
 }
 
 FileResult<LoadedFile> loadFile(const std::filesystem::path& path, const LoadOptions& options) {

@@ -346,29 +346,54 @@ TEST(LoadBytes, VersionOfAnotherKindBuiltByHandIsRefused) {
 // A sensor of version 20091117 whose last nested coil record carries a
 // version that no coil has: the coil entry shows its box and reading goes
 // on, so the load ends with 1 and cannot be trusted.
-TEST(LoadBytes, BoxRaisedInsideALoadThatEndsWellMakesItAFailure) {
+std::vector<BYTE> sensorWithUnknownLastCoilVersion() {
     std::vector<BYTE> bytes = readSample("sensor-squid-20091117.sensor");
     ByteBuilder coilMagic;
     coilMagic.wide(u"MEGCOILQV");
     const auto last = std::find_end(bytes.begin(), bytes.end(), coilMagic.bytes().begin(),
                                     coilMagic.bytes().end());
-    ASSERT_NE(last, bytes.end());
+    EXPECT_NE(last, bytes.end());
     const std::size_t version = static_cast<std::size_t>(last - bytes.begin()) + 22;
     const int stored = static_cast<int>(bytes.at(version) | bytes.at(version + 1) << 8 |
                                         bytes.at(version + 2) << 16 | bytes.at(version + 3) << 24);
-    ASSERT_TRUE(fileKindInfo(FileKind::coil).accepts(stored)) << stored;
+    EXPECT_TRUE(fileKindInfo(FileKind::coil).accepts(stored)) << stored;
     ByteBuilder unknown;
     unknown.i32(20211231);
     std::copy(unknown.bytes().begin(), unknown.bytes().end(),
               bytes.begin() + static_cast<std::ptrdiff_t>(version));
+    return bytes;
+}
 
-    const FileError error = failureOf(fluxgrid::loadBytes(bytes, "nested.sensor"));
+TEST(LoadBytes, BoxRaisedInsideALoadThatEndsWellMakesItAFailure) {
+    const FileError error =
+        failureOf(fluxgrid::loadBytes(sensorWithUnknownLastCoilVersion(), "nested.sensor"));
     EXPECT_EQ(error.failure, FileFailure::refused);
     EXPECT_EQ(error.kind, FileKind::sensor);
     EXPECT_EQ(error.version, 20091117);
     EXPECT_EQ(error.message,
               "the library reported 1 problem(s) while loading; the content cannot be trusted");
     EXPECT_EQ(error.boxes, std::vector<std::string>{"Wrong file format!!?"});
+}
+
+TEST(LoadBytes, BoxRaisedInsideALoadThatEndsWellIsKeptWhenAskedFor) {
+    fluxgrid::LoadOptions options;
+    options.keepWithBoxes = true;
+    const auto loaded =
+        fluxgrid::loadBytes(sensorWithUnknownLastCoilVersion(), "nested.sensor", options);
+    ASSERT_TRUE(loaded.ok()) << loaded.error().describe();
+    EXPECT_EQ(loaded->kind, FileKind::sensor);
+    EXPECT_EQ(loaded->version, 20091117);
+    EXPECT_NE(loaded->get<CMEGSensorqv>(), nullptr);
+    EXPECT_EQ(loaded->boxes, std::vector<std::string>{"Wrong file format!!?"});
+}
+
+TEST(LoadBytes, CleanLoadCarriesNoBoxes) {
+    fluxgrid::LoadOptions options;
+    options.keepWithBoxes = true;
+    const auto loaded =
+        fluxgrid::loadBytes(readSample("sensor-squid-20091117.sensor"), "clean.sensor", options);
+    ASSERT_TRUE(loaded.ok());
+    EXPECT_TRUE(loaded->boxes.empty());
 }
 
 TEST(LoadBytes, NestedRecordOfTheWrongKindIsRefusedByTheLibrary) {

@@ -247,6 +247,9 @@ struct LoadedFile {
     /// the body.
     std::size_t consumed = 0;
     FileObjectPtr object;
+    /// The texts of the message boxes of a load that `LoadOptions::
+    /// keepWithBoxes` let through, in order; otherwise empty.
+    std::vector<std::string> boxes;
 
     /// The object, if it is a `T`; else null.
     template <FileObject T>
@@ -269,6 +272,10 @@ struct LoadOptions {
     /// that of this kind; the failure's kind and version are still what the
     /// first bytes told.
     std::optional<FileKind> as;
+    /// A load whose entry answers 1 but raises message boxes (a nested
+    /// record it refused) is a `refused` failure unless this is set; then
+    /// it gives the object, with the boxes in `LoadedFile::boxes`.
+    bool keepWithBoxes = false;
 };
 
 /// Loads a regular file into the object of its kind.
