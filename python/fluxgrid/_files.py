@@ -1,0 +1,124 @@
+"""Reading and writing the six kinds of file."""
+
+from __future__ import annotations
+
+import os
+from pathlib import Path
+from typing import Iterable, List, NamedTuple, Optional, Tuple, Union
+
+from . import _fluxgrid
+
+PathLike = Union[str, "os.PathLike[str]"]
+FileObject = Union[
+    _fluxgrid.Coil,
+    _fluxgrid.Vapor,
+    _fluxgrid.SquidRecord,
+    _fluxgrid.OpmRecord,
+    _fluxgrid.Sensor,
+    _fluxgrid.HeadLocalization,
+]
+
+
+class FileKind(NamedTuple):
+    """One kind of file: its word, title, magic, accepted versions and the
+    version a store writes."""
+
+    word: str
+    title: str
+    magic: str
+    accepted: Tuple[int, ...]
+    written: int
+
+
+#: The six kinds, in the library's order.
+FILE_KINDS: Tuple[FileKind, ...] = tuple(
+    FileKind(k["word"], k["title"], k["magic"], tuple(k["accepted"]), k["written"])
+    for k in _fluxgrid._FILE_KINDS
+)
+
+
+def read(
+    path: PathLike, *, max_bytes: int = _fluxgrid.DEFAULT_MAX_BYTES
+) -> FileObject:
+    """Load a file of any of the six kinds, told by its magic.
+
+    Returns a Coil, Vapor, SquidRecord, OpmRecord, Sensor or
+    HeadLocalization. Raises FileNotFoundError for a missing file,
+    FileFormatError for a wrong magic, a refused version or a refusal of
+    the library, TruncatedFileError for a file that ends inside its body,
+    and Error for what is not a regular file or is larger than `max_bytes`.
+    A load that gives its object but raised message boxes issues a
+    LoadWarning with the library's words.
+    """
+    return _fluxgrid._load(os.fspath(path), max_bytes, None)
+
+
+def read_bytes(
+    data: bytes, *, name: str = "", max_bytes: int = _fluxgrid.DEFAULT_MAX_BYTES
+) -> FileObject:
+    """Load the bytes of a file, as `read` does; `name` labels errors."""
+    return _fluxgrid._load_bytes(bytes(data), name, max_bytes, None)
+
+
+def read_header(path: PathLike) -> Tuple[str, int]:
+    """The kind word and version of a file, from its first bytes only."""
+    return _fluxgrid._header(os.fspath(path))
+
+
+def _read_as(path: PathLike, kind: str, max_bytes: int) -> FileObject:
+    # Through the entry of `kind`: a file of another kind is refused in that
+    # entry's own words.
+    return _fluxgrid._load(os.fspath(path), max_bytes, kind)
+
+
+def read_sensor(
+    path: PathLike, *, max_bytes: int = _fluxgrid.DEFAULT_MAX_BYTES
+) -> _fluxgrid.Sensor:
+    """Load a sensor file; a file of another kind raises FileFormatError."""
+    return _read_as(path, "sensor", max_bytes)
+
+
+def read_headloc(
+    path: PathLike, *, max_bytes: int = _fluxgrid.DEFAULT_MAX_BYTES
+) -> _fluxgrid.HeadLocalization:
+    """Load a head localization file; another kind raises FileFormatError."""
+    return _read_as(path, "headloc", max_bytes)
+
+
+def _sensor_paths(
+    folder_or_paths: Union[PathLike, Iterable[PathLike]], pattern: str
+) -> List[Path]:
+    if isinstance(folder_or_paths, (str, bytes, os.PathLike)):
+        folder = Path(os.fsdecode(folder_or_paths))
+        if not folder.is_dir():
+            raise NotADirectoryError(f"{folder}: not a folder")
+        paths = [p for p in folder.glob(pattern) if p.is_file()]
+    else:
+        paths = [Path(os.fsdecode(p)) for p in folder_or_paths]
+    return sorted(paths, key=lambda p: (p.name, str(p)))
+
+
+def read_sensors(
+    folder_or_paths: Union[PathLike, Iterable[PathLike]],
+    pattern: str = "*.sensor",
+    *,
+    max_bytes: int = _fluxgrid.DEFAULT_MAX_BYTES,
+) -> List[_fluxgrid.Sensor]:
+    """Load the sensor files of a folder (those matching `pattern`) or of a
+    list of paths, sorted by file name."""
+    return [
+        read_sensor(p, max_bytes=max_bytes)
+        for p in _sensor_paths(folder_or_paths, pattern)
+    ]
+
+
+def write(obj: FileObject, path: PathLike) -> int:
+    """Store `obj` as the newest version of its kind, atomically: the name
+    shows the old content or the whole new one, never a part. Returns the
+    bytes written."""
+    return _fluxgrid._store(obj, os.fspath(path))
+
+
+def to_bytes(obj: FileObject) -> bytes:
+    """The bytes that `write` would put in a file."""
+    return _fluxgrid._store_bytes(obj)

@@ -1,0 +1,78 @@
+// What the parts of the extension share: the text conversion, the capture of
+// message boxes and the entry of each part.
+#pragma once
+
+#include <fluxgrid/platform/CString.h>
+#include <fluxgrid/platform/MessageBox.h>
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+#include <pybind11/stl/filesystem.h>
+
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace pybind11::detail {
+
+// The library's texts are Python str both ways, through UTF-8.
+template <>
+struct type_caster<CString> {
+    PYBIND11_TYPE_CASTER(CString, const_name("str"));
+
+    bool load(handle source, bool) {
+        if (!PyUnicode_Check(source.ptr())) {
+            return false;
+        }
+        value = CString(source.cast<std::string>());
+        return true;
+    }
+
+    static handle cast(const CString& text, return_value_policy, handle) {
+        const std::string utf8 = text.ToUtf8();
+        return PyUnicode_DecodeUTF8(utf8.data(), static_cast<Py_ssize_t>(utf8.size()), "replace");
+    }
+};
+
+}  // namespace pybind11::detail
+
+namespace fluxgrid::python {
+
+namespace py = pybind11;
+
+/// Every record class is held by a shared pointer, so that a sensor's
+/// hardware record can be handed out sharing the sensor's ownership.
+template <class T, class... Bases>
+using Class = py::class_<T, Bases..., std::shared_ptr<T>>;
+
+/// An attribute of the pure-Python module `fluxgrid._errors`: the
+/// exception and warning classes.
+py::object errorClass(const char* name);
+
+/// Issues each text as a warning of the class `category` of
+/// `fluxgrid._errors`.
+void warnTexts(const std::vector<std::string>& texts, const char* category);
+
+/// Calls `f` with the message boxes of this thread captured; each box then
+/// becomes a `fluxgrid.LibraryWarning`, so that nothing waits for a click.
+template <class F>
+decltype(auto) withBoxesAsWarnings(F&& f) {
+    MessageBoxCapture capture;
+    if constexpr (std::is_void_v<std::invoke_result_t<F>>) {
+        std::forward<F>(f)();
+        warnTexts(capture.texts(), "LibraryWarning");
+    } else {
+        auto result = std::forward<F>(f)();
+        warnTexts(capture.texts(), "LibraryWarning");
+        return result;
+    }
+}
+
+void bindRecords(py::module_& m);
+void bindFiles(py::module_& m);
+void bindLayouts(py::module_& m);
+
+}  // namespace fluxgrid::python

@@ -1,0 +1,44 @@
+// The extension `fluxgrid._fluxgrid`: the library's records, files and
+// layout tables. The package `fluxgrid` puts the Python face on it.
+#include "Bindings.h"
+
+#include <fluxgrid/platform/Exceptions.h>
+
+namespace fluxgrid::python {
+
+py::object errorClass(const char* name) {
+    return py::module_::import("fluxgrid._errors").attr(name);
+}
+
+void warnTexts(const std::vector<std::string>& texts, const char* category) {
+    if (texts.empty()) {
+        return;
+    }
+    const py::object warning = errorClass(category);
+    for (const std::string& text : texts) {
+        if (PyErr_WarnEx(warning.ptr(), text.c_str(), 2) != 0) {
+            throw py::error_already_set();
+        }
+    }
+}
+
+}  // namespace fluxgrid::python
+
+PYBIND11_MODULE(_fluxgrid, m) {
+    using namespace fluxgrid::python;
+    m.doc() = "The records, files and layout tables of the fluxgrid library.";
+    m.attr("__version__") = FLUXGRID_VERSION;
+    // The library's own exceptions out of any call become fluxgrid.Error.
+    py::register_exception_translator([](std::exception_ptr thrown) {
+        try {
+            if (thrown) {
+                std::rethrow_exception(thrown);
+            }
+        } catch (const CException& e) {
+            PyErr_SetString(errorClass("Error").ptr(), e.what());
+        }
+    });
+    bindRecords(m);
+    bindFiles(m);
+    bindLayouts(m);
+}

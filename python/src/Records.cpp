@@ -1,0 +1,383 @@
+// The record classes: their fields from the field table, and the operations
+// of the final classes that hosts use, under their own names. A method whose
+// library form fills reference arguments gives back a tuple of its result
+// and those values.
+#include "Fields.h"
+
+#include <fluxgrid/sensor/MEGSensor.h>
+
+#include <tuple>
+
+namespace fluxgrid::python {
+
+namespace {
+
+using Triple = std::tuple<int, double, double, double>;
+
+template <class Element, class PyClass>
+void bindElementMethods(PyClass& cls) {
+    cls.def("setCoilPosition", &Element::setCoilPosition, py::arg("x"), py::arg("y"), py::arg("z"),
+            "Sets the position (posP4) to x, y, z. Returns the library's result.")
+        .def(
+            "getCoilPositionD",
+            [](const Element& e) {
+                double x = 0, y = 0, z = 0;
+                const int result = e.getCoilPositionD(x, y, z);
+                return Triple{result, x, y, z};
+            },
+            "(result, x, y, z): the position in double precision.")
+        .def(
+            "getNmlDirXYZ",
+            [](const Element& e) {
+                double x = 0, y = 0, z = 0;
+                const int result = e.getNmlDirXYZ(x, y, z);
+                return Triple{result, x, y, z};
+            },
+            "(result, x, y, z): the normal direction.")
+        .def(
+            "getCoilAxisRotateRr",
+            [](const Element& e) {
+                double x = 0, y = 0, z = 0, r = 0;
+                const int result = e.getCoilAxisRotateRr(x, y, z, r);
+                return std::tuple{result, x, y, z, r};
+            },
+            "(result, x, y, z, r): the rotation axis and angle.")
+        .def(
+            "getMagApha",
+            [](Element& e) { return withBoxesAsWarnings([&] { return e.getMagApha(); }); },
+            "The element's magApha, derived as the library derives it.")
+        .def(
+            "orient2DirXYZW_VctXYRD",
+            [](Element& e) {
+                return withBoxesAsWarnings([&] { return e.orient2DirXYZW_VctXYRD(); });
+            },
+            "Derives nmlDirXYZW and vctXYRD from the orientation. Returns the library's result.")
+        .def(
+            "matlab2qvCoordinate",
+            [](const Element& e, double a, double b, double c) {
+                const int result = e.matlab2qvCoordinate(a, b, c);
+                return Triple{result, a, b, c};
+            },
+            py::arg("a"), py::arg("b"), py::arg("c"),
+            "(result, a, b, c): a point turned from the MATLAB frame into the in-house one.");
+}
+
+void bindElements(py::module_& m) {
+    Class<CMagCoilqv> coil(m, "Coil", "A SQUID pick-up coil: the record of a .coil file.");
+    coil.def(py::init<>(), "A coil with the library's defaults.");
+    bindFields<CMagCoilqv>(coil);
+    bindElementMethods<CMagCoilqv>(coil);
+    coil.def("reset", &CMagCoilqv::reset, "Back to the defaults. Returns the library's result.")
+        .def("getCoilTurns", &CMagCoilqv::getCoilTurns, "The number of turns.")
+        .def("getCoilArea", &CMagCoilqv::getCoilArea, "The loop's area.")
+        .def("convertCTFm2qvCm", &CMagCoilqv::convertCTFm2qvCm,
+             "Converts CTF metres into the in-house centimetres.")
+        .def("convertNeuromagM2mm", &CMagCoilqv::convertNeuromagM2mm,
+             "Converts Neuromag metres into millimetres.");
+
+    Class<CMagVaporqv> vapor(m, "Vapor", "An OPM vapor cell: the record of a .vapor file.");
+    vapor.def(py::init<>(), "A vapor cell with the library's defaults.");
+    bindFields<CMagVaporqv>(vapor);
+    bindElementMethods<CMagVaporqv>(vapor);
+    vapor.def("reset", &CMagVaporqv::reset, "Back to the defaults. Returns the library's result.");
+}
+
+void bindHardwareRecords(py::module_& m) {
+    Class<CMegGrdBscqv> record(
+        m, "HardwareRecord",
+        "The gain chain that every hardware record carries; alone, the record of a sensor whose "
+        "hardware type the library does not know.");
+    bindFields<CMegGrdBscqv>(record);
+
+    Class<CMegSquidqv, CMegGrdBscqv> squid(
+        m, "SquidRecord", "A SQUID channel's record (.squid file): gains and up to eight coils.");
+    squid.def(py::init<>(), "A record with the library's defaults.");
+    bindFields<CMegSquidqv>(squid);
+    squid.def("resetSensors", &CMegSquidqv::resetSensors, "Back to the defaults.")
+        .def("initSensorInfo", &CMegSquidqv::initSensorInfo, py::arg("hardwareNo"),
+             py::arg("gradOrderNo"), py::arg("properGain"), py::arg("secondGain"),
+             py::arg("thirdGain"), py::arg("gainOffset"), "Sets the gain chain.");
+
+    Class<CMegOpmqv, CMegGrdBscqv> opm(
+        m, "OpmRecord", "An OPM channel's record (.opm file): gains and up to eight vapor cells.");
+    opm.def(py::init<>(), "A record with the library's defaults.");
+    bindFields<CMegOpmqv>(opm);
+    opm.def("resetSensors", &CMegOpmqv::resetSensors, "Back to the defaults.")
+        .def("initSensorInfo", &CMegOpmqv::initSensorInfo, py::arg("hardwareNo"),
+             py::arg("gradOrderNo"), py::arg("properGain"), py::arg("secondGain"),
+             py::arg("thirdGain"), py::arg("gainOffset"), "Sets the gain chain.")
+        .def("checkInitVapors", &CMegOpmqv::checkInitVapors, py::arg("count"),
+             "Checks and sets the number of vapor cells in use.");
+}
+
+template <class F>
+auto sensorVector(F getter) {
+    return [getter](CMEGSensorqv& s, int hwType, int coil) {
+        double x = 0, y = 0, z = 0;
+        const int result = withBoxesAsWarnings([&] { return (s.*getter)(hwType, coil, x, y, z); });
+        return Triple{result, x, y, z};
+    };
+}
+
+// A method without arguments, its message boxes as warnings.
+template <class R>
+auto boxed(R (CMEGSensor::*method)()) {
+    return [method](CMEGSensorqv& s) { return withBoxesAsWarnings([&] { return (s.*method)(); }); };
+}
+
+void bindSensor(py::module_& m) {
+    Class<CGeomqv> geom(m, "Geom", "The geometry base of a sensor.");
+    bindFields<CGeomqv>(geom);
+
+    Class<CMEGSensorqv> sensor(
+        m, "Sensor",
+        "One MEG channel: names, type codes, gains and its SQUID or OPM record (.sensor file).");
+    sensor.def(py::init<>(), "A sensor with the library's defaults.");
+    bindFields<CMEGSensorqv>(sensor);
+    sensor.def("resetSensors", boxed(&CMEGSensorqv::resetSensors), "Back to the defaults.")
+        .def("cleanHardwareType", boxed(&CMEGSensorqv::cleanHardwareType),
+             "Drops the hardware record and type.")
+        .def(
+            "initSensorInfo",
+            [](CMEGSensorqv& s, int hwType, int type, int hwNo, int gradOrder, double proper,
+               double second, double third, double gainOffset) {
+                return withBoxesAsWarnings([&] {
+                    return s.initSensorInfo(hwType, type, hwNo, gradOrder, proper, second, third,
+                                            gainOffset);
+                });
+            },
+            py::arg("hwType"), py::arg("type"), py::arg("hwNo"), py::arg("gradOrder"),
+            py::arg("proper"), py::arg("second"), py::arg("third"), py::arg("gainOffset"),
+            "Sets the hardware type, the sensor type and the gain chain.")
+        .def("setBackup", boxed(&CMEGSensorqv::setBackup), "Backs the sensor up.")
+        .def("getTotalCoils", &CMEGSensorqv::getTotalCoils, "Elements in use.")
+        .def("getCurrentCoilID", &CMEGSensorqv::getCurrentCoilID, "The current element.")
+        .def(
+            "setCurrentCoilID",
+            [](CMEGSensorqv& s, int id) {
+                return withBoxesAsWarnings([&] { return s.setCurrentCoilID(id); });
+            },
+            py::arg("id"), "Makes element `id` current.")
+        .def("getGradOrderNo", &CMEGSensorqv::getGradOrderNo, "The gradient order.")
+        .def(
+            "setGradOrderNo",
+            [](CMEGSensorqv& s, int order) {
+                return withBoxesAsWarnings([&] { return s.setGradOrderNo(order); });
+            },
+            py::arg("order"), "Sets the gradient order.")
+        .def("getRealIdealCoefMode", &CMEGSensorqv::getRealIdealCoefMode, "The coefficient mode.")
+        .def(
+            "setRealIdealCoefMode",
+            [](CMEGSensorqv& s, bool mode) {
+                return withBoxesAsWarnings([&] { return s.setRealIdealCoefMode(mode); });
+            },
+            py::arg("mode"), "Sets the coefficient mode.")
+        .def("getAdaptiveBalance", &CMEGSensorqv::getAdaptiveBalance, "Adaptive balancing on?")
+        .def(
+            "setAdaptiveBalance",
+            [](CMEGSensorqv& s, bool on) {
+                return withBoxesAsWarnings([&] { return s.setAdaptiveBalance(on); });
+            },
+            py::arg("on"), "Turns adaptive balancing on or off.")
+        .def("getSensorName", &CMEGSensorqv::getSensorName, "The sensor's name.")
+        .def(
+            "setHeadLocalizationCoil2work",
+            [](CMEGSensorqv& s, int coil) {
+                return withBoxesAsWarnings([&] { return s.setHeadLocalizationCoil2work(coil); });
+            },
+            py::arg("coil"), "Copies one head-frame element into the work frame.")
+        .def("setCoilsHead2work", boxed(&CMEGSensorqv::setCoilsHead2work),
+             "Copies the head-frame elements into the work frame.")
+        .def("setCoilsDewar2work", boxed(&CMEGSensorqv::setCoilsDewar2work),
+             "Copies the dewar-frame elements into the work frame.")
+        .def("getSensorTypeName", &CMEGSensorqv::getSensorTypeName,
+             "The name of the sensor type code.")
+        .def("getSensorCoilTypeName", &CMEGSensorqv::getSensorCoilTypeName,
+             "The name of the coil type.")
+        .def("sensorGain", boxed(&CMEGSensorqv::sensorGain),
+             "Forms the total gain from the chain and stores it.")
+        .def("getSensorGain", &CMEGSensorqv::getSensorGain, "The total gain as stored.")
+        .def("sensorNeuromag2Ctf", &CMEGSensorqv::sensorNeuromag2Ctf, py::arg("scaled"),
+             "The Neuromag-to-CTF gain factor.")
+        .def("getSnsGainCtf", &CMEGSensorqv::getSnsGainCtf, "The CTF gain.")
+        .def("isAxialGrad", &CMEGSensorqv::isAxialGrad, "1 for an axial gradiometer.")
+        .def("getCoilBaseLine", &CMEGSensorqv::getCoilBaseLine, "The gradiometer's baseline.")
+        .def("isW12Evaluate", &CMEGSensorqv::isW12Evaluate, "w12Evaluate.")
+        .def(
+            "setSnsPos",
+            [](CMEGSensorqv& s, int hwType, int coil, double x, double y, double z) {
+                return withBoxesAsWarnings([&] { return s.setSnsPos(hwType, coil, x, y, z); });
+            },
+            py::arg("hwType"), py::arg("coil"), py::arg("x"), py::arg("y"), py::arg("z"),
+            "Sets a work-frame element's position.")
+        .def(
+            "setSnsOrn",
+            [](CMEGSensorqv& s, int hwType, int coil, double x, double y, double z) {
+                return withBoxesAsWarnings([&] { return s.setSnsOrn(hwType, coil, x, y, z); });
+            },
+            py::arg("hwType"), py::arg("coil"), py::arg("x"), py::arg("y"), py::arg("z"),
+            "Sets a work-frame element's orientation.")
+        .def("getSnsPos", sensorVector(&CMEGSensorqv::getSnsPos), py::arg("hwType"),
+             py::arg("coil"), "(result, x, y, z): a work-frame element's position.")
+        .def("getSnsOrn", sensorVector(&CMEGSensorqv::getSnsOrn), py::arg("hwType"),
+             py::arg("coil"), "(result, x, y, z): a work-frame element's orientation.")
+        .def("getSnsNmlDir", sensorVector(&CMEGSensorqv::getSnsNmlDir), py::arg("hwType"),
+             py::arg("coil"), "(result, x, y, z): a work-frame element's normal direction.")
+        .def(
+            "setSensorParameters",
+            [](CMEGSensorqv& s, CMEGSensorqv& source) {
+                return withBoxesAsWarnings([&] { return s.setSensorParameters(&source); });
+            },
+            py::arg("source"), "Copies the parameters of `source` into this sensor.")
+        .def(
+            "copy", [](const CMEGSensorqv& s) { return std::make_shared<CMEGSensorqv>(s); },
+            "A copy of the sensor, with a copy of its hardware record.");
+}
+
+void bindHeadLocalization(py::module_& m) {
+    Class<CFiduciaryPtqv> point(m, "FiducialPoint", "One fiducial point.");
+    point.def(py::init<>(), "A zeroed point with an empty name.");
+    bindFields<CFiduciaryPtqv>(point);
+    point.def("setFidPtPosition", &CFiduciaryPtqv::setFidPtPosition, py::arg("x"), py::arg("y"),
+              py::arg("z"), "Stores x, y, z as elements 4, 5 and 6 of ptValues.");
+
+    Class<CFiducialqv> set(
+        m, "FiducialSet",
+        "A fiducial set: six points; 0 the nasion, 1 and 2 the ear points, 3 to 5 carried along.");
+    set.def(py::init<>(), "Six zeroed points.");
+    bindFields<CFiducialqv>(set);
+    set.def("resetAllFiducialPt", &CFiducialqv::resetAllFiducialPt,
+            "Brings all six points back to their defaults.");
+
+    Class<CSphereqv> sphere(m, "Sphere", "A sphere record: four values, two numbers, a name.");
+    sphere.def(py::init<>(), "A zeroed sphere.");
+    bindFields<CSphereqv>(sphere);
+    sphere.def("zeroSphere", &CSphereqv::zeroSphere, "Sets the four values to 0.");
+
+    Class<HEAD_LOCATION_TRIAL> trial(m, "HeadLocationTrial",
+                                     "One entry of a head localization list.");
+    trial.def(py::init<>(), "A zeroed entry.");
+    bindFields<HEAD_LOCATION_TRIAL>(trial);
+
+    using H = CHeadLocalizationqv;
+    Class<H> headloc(m, "HeadLocalization",
+                     "Head localization (.headloc file): fiducial sets, their lists over time, the "
+                     "registration's location and rotation.");
+    headloc.def(py::init<>(), "A head localization with the library's defaults.");
+    bindFields<H>(headloc);
+    headloc
+        .def_static(
+            "getStdCTFheadCnt",
+            [] {
+                double x = 0, y = 0, z = 0;
+                const int result = H::getStdCTFheadCnt(x, y, z);
+                return Triple{result, x, y, z};
+            },
+            "(result, x, y, z): the standard CTF head centre.")
+        .def("resetSensorPosDirName", &H::resetSensorPosDirName, "Does nothing; 1.")
+        .def("initDefaultHeadLocalParams", &H::initDefaultHeadLocalParams,
+             "Writes the six default positions into fiducialFirst.")
+        .def("initSensorFiducial2HeadCenter", &H::initSensorFiducial2HeadCenter, "Does nothing; 0.")
+        .def(
+            "getCurntFiducailPts",
+            [](py::object self) {
+                H& h = self.cast<H&>();
+                return py::cast(h.getCurntFiducailPts(),
+                                py::return_value_policy::reference_internal, self);
+            },
+            "fiducialCurrent, a live part of this object.")
+        .def(
+            "cleanFiducialPt",
+            [](H& h) { return withBoxesAsWarnings([&] { return h.cleanFiducialPt(); }); },
+            "Empties fiducialPtRaw, fiducialPARaw and fiducialPt and the labels.")
+        .def("resetSensorFdcPosDir", &H::resetSensorFdcPosDir,
+             "Zeroes sensorLocation and sensorRotation.")
+        .def("cleanFiducialPARaw", &H::cleanFiducialPARaw, "Empties fiducialPARaw.")
+        .def("cleanFiducialPA", &H::cleanFiducialPA, "Empties fiducialPA.")
+        .def(
+            "getAverageFiducialPts",
+            [](py::object self) -> py::object {
+                H& h = self.cast<H&>();
+                CFiducialqv* set = withBoxesAsWarnings([&] { return h.getAverageFiducialPts(); });
+                if (!set) {
+                    return py::none();
+                }
+                return py::cast(set, py::return_value_policy::reference_internal, self);
+            },
+            "Forms fiducialCurrent by headLocalType and returns it (None where the library gives "
+            "null).")
+        .def(
+            "setActiveFiducialqv",
+            [](H& h, CFiducialqv& set) {
+                return withBoxesAsWarnings([&] { return h.setActiveFiducialqv(&set); });
+            },
+            py::arg("fiducial"), "Copies `fiducial` into fiducialCurrent.")
+        .def(
+            "setHeadLocalizeTime",
+            [](H& h, int time) {
+                return withBoxesAsWarnings([&] { return h.setHeadLocalizeTime(time); });
+            },
+            py::arg("time"), "Steps to entry `time` of fiducialPA.")
+        .def("getHeadLocalizeTime", &H::getHeadLocalizeTime, "The count of fiducialPA.")
+        .def(
+            "getSensorLocation",
+            [](const H& h) {
+                double x = 0, y = 0, z = 0;
+                const int result = h.getSensorLocation(x, y, z);
+                return Triple{result, x, y, z};
+            },
+            "(result, x, y, z): the registered location.")
+        .def("setSensorLocation", &H::setSensorLocation, py::arg("x"), py::arg("y"), py::arg("z"),
+             "Sets the location.")
+        .def(
+            "getSensorRotation",
+            [](const H& h) {
+                double x = 0, y = 0, z = 0;
+                const int result = h.getSensorRotation(x, y, z);
+                return Triple{result, x, y, z};
+            },
+            "(result, x, y, z): the three rotation angles, in degrees.")
+        .def("setSensorRotation", &H::setSensorRotation, py::arg("x"), py::arg("y"), py::arg("z"),
+             "Sets the three rotation angles, in degrees.")
+        .def(
+            "registerMEGFiducial2MRIFiducialPts",
+            [](H& h, CFiducialqv& fiducial, bool withRotation, int sizeX, int sizeY, int sizeZ,
+               double stepX, double stepY, double stepZ) {
+                return withBoxesAsWarnings([&] {
+                    return h.registerMEGFiducial2MRIFiducialPts(
+                        &fiducial, withRotation, nullptr, sizeX, sizeY, sizeZ, stepX, stepY, stepZ);
+                });
+            },
+            py::arg("fiducial"), py::arg("withRotation"), py::arg("sizeX"), py::arg("sizeY"),
+            py::arg("sizeZ"), py::arg("stepX"), py::arg("stepY"), py::arg("stepZ"),
+            "Registers `fiducial`, in the coordinates of an MRI volume of the given size and "
+            "spacing, against the volume's centre (the sphere argument of the library, never "
+            "looked at, is left out).")
+        .def("setFidWorkMode", &H::setFidWorkMode, py::arg("mode"),
+             "Stores 0, 1 or 2 in fidWorkMode.");
+}
+
+}  // namespace
+
+py::object hardwareRecordOf(const CMEGSensor& sensor) {
+    py::object record = py::none();
+    fields::withHardwareRecord(sensor, [&](const auto& part) {
+        using Part = std::remove_cvref_t<decltype(part)>;
+        using Final = std::conditional_t<
+            std::is_same_v<Part, CMegSquid>, CMegSquidqv,
+            std::conditional_t<std::is_same_v<Part, CMegOpm>, CMegOpmqv, CMegGrdBscqv>>;
+        // Shares the sensor's ownership of the record.
+        record = py::cast(
+            std::shared_ptr<Final>(sensor.hardware, static_cast<Final*>(sensor.hardware.get())));
+    });
+    return record;
+}
+
+void bindRecords(py::module_& m) {
+    bindElements(m);
+    bindHardwareRecords(m);
+    bindSensor(m);
+    bindHeadLocalization(m);
+}
+
+}  // namespace fluxgrid::python
