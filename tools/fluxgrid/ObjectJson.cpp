@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -193,6 +194,36 @@ void writeStrings(JsonWriter& out, const CStringArray& texts) {
     out.endArray();
 }
 
+// Each byte as two lowercase hexadecimal digits.
+std::string hexBytes(std::string_view bytes) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string hex;
+    hex.reserve(bytes.size() * 2);
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        hex += kDigits[byte >> 4];
+        hex += kDigits[byte & 0xf];
+    }
+    return hex;
+}
+
+// "file", and "file_bytes" in hexadecimal when the name is not valid UTF-8
+// and "file" can only hold it with its bad bytes replaced.
+void addFileName(Members& members, const std::string& name) {
+    members.add("file", [&name](JsonWriter& o) { o.string(name); });
+    if (!isValidUtf8(name)) {
+        members.add("file_bytes", [&name](JsonWriter& o) { o.string(hexBytes(name)); });
+    }
+}
+
+// "kind" and "magic" of a file kind.
+void addKind(Members& members, FileKind kind) {
+    const FileKindInfo& info = fileKindInfo(kind);
+    members.add("kind", [&info](JsonWriter& o) { o.string(info.word); });
+    members.add("magic",
+                [&info](JsonWriter& o) { o.string(CString(std::u16string(info.magic)).ToUtf8()); });
+}
+
 }  // namespace
 
 void writeObjectJson(JsonWriter& out, const FileObjectPtr& object) {
@@ -200,12 +231,9 @@ void writeObjectJson(JsonWriter& out, const FileObjectPtr& object) {
 }
 
 void writeFileJson(JsonWriter& out, const LoadedFile& loaded) {
-    const FileKindInfo& info = fileKindInfo(loaded.kind);
     Members members;
-    members.add("file", [&](JsonWriter& o) { o.string(loaded.file); });
-    members.add("kind", [&](JsonWriter& o) { o.string(info.word); });
-    members.add("magic",
-                [&](JsonWriter& o) { o.string(CString(std::u16string(info.magic)).ToUtf8()); });
+    addFileName(members, loaded.file);
+    addKind(members, loaded.kind);
     members.add("version", [&](JsonWriter& o) { o.integer(loaded.version); });
     members.add("size", [&](JsonWriter& o) { o.unsignedInteger(loaded.size); });
     members.add("consumed", [&](JsonWriter& o) { o.unsignedInteger(loaded.consumed); });
@@ -215,9 +243,49 @@ void writeFileJson(JsonWriter& out, const LoadedFile& loaded) {
 
 void writeFailureJson(JsonWriter& out, const FileError& error) {
     Members members;
-    members.add("file", [&](JsonWriter& o) { o.string(error.file); });
+    addFileName(members, error.file);
+    members.add("code", [&](JsonWriter& o) { o.string(failureCode(error.failure)); });
     members.add("error", [&](JsonWriter& o) { o.string(error.message); });
+    members.add("boxes", [&](JsonWriter& o) {
+        o.beginArray();
+        for (const std::string& box : error.boxes) {
+            o.string(box);
+        }
+        o.endArray();
+    });
+    if (error.kind) {
+        addKind(members, *error.kind);
+    }
+    if (error.version) {
+        members.add("version", [&](JsonWriter& o) { o.integer(*error.version); });
+    }
     members.writeTo(out);
+}
+
+std::string_view failureCode(FileFailure failure) {
+    switch (failure) {
+        case FileFailure::missing:
+            return "missing";
+        case FileFailure::notRegularFile:
+            return "not-regular-file";
+        case FileFailure::tooLarge:
+            return "too-large";
+        case FileFailure::readError:
+            return "read-error";
+        case FileFailure::badMagic:
+            return "bad-magic";
+        case FileFailure::refusedVersion:
+            return "refused-version";
+        case FileFailure::truncated:
+            return "truncated";
+        case FileFailure::refused:
+            return "refused";
+        case FileFailure::corrupt:
+            return "corrupt";
+        case FileFailure::writeError:
+            return "write-error";
+    }
+    return "unknown";
 }
 
 }  // namespace fluxgrid::tool

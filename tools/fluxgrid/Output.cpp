@@ -1,6 +1,9 @@
 #include "Output.h"
 
+#include <cerrno>
 #include <charconv>
+#include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <span>
 
@@ -13,11 +16,37 @@ void printFailure(const FileError& error, std::string_view tail) {
     std::cerr << "fluxgrid: " << error.file << ": " << error.message << tail << '\n';
 }
 
+namespace {
+
+// The reason of the first failed write to standard output, if any.
+std::optional<int> outputError;
+
+}  // namespace
+
+bool flushStandardOutput() {
+    errno = 0;
+    std::cout.flush();
+    const bool flushed = std::fflush(stdout) == 0;
+    if (!outputError && (!flushed || std::ferror(stdout) != 0 || !std::cout)) {
+        // A failure that an earlier flush met is met again by this one,
+        // since the stream keeps what it could not write.
+        outputError = errno != 0 ? errno : EIO;
+    }
+    return !outputError;
+}
+
+int finishStandardOutput() {
+    if (flushStandardOutput()) {
+        return 0;
+    }
+    std::cerr << "fluxgrid: error writing standard output: " << std::strerror(*outputError) << '\n';
+    return 1;
+}
+
 int writeText(const std::string& text, const std::string& out) {
     if (out.empty() || out == "-") {
         std::cout << text;
-        std::cout.flush();
-        return std::cout ? 0 : 1;
+        return flushStandardOutput() ? 0 : 1;
     }
     const auto written = writeFileAtomically(
         out, std::span(reinterpret_cast<const BYTE*>(text.data()), text.size()));

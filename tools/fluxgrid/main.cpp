@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <optional>
@@ -36,8 +37,19 @@ int main(int argc, char** argv) {
         "info",
         "Kind, version and a summary of each file (coil, vapor cell, SQUID record, OPM "
         "record, sensor, head localization)");
-    info->add_option("FILE", files, "Files to look into")->required();
-    info->add_flag("--json", json, "Print every field of every object as one JSON array");
+    info->add_option("FILE", files, "Files to look into; - reads standard input")->required();
+    info->add_flag("--json", json,
+                   "Print every field of every object as one JSON array; a file that fails is "
+                   "an entry with \"file\", \"code\" (missing, not-regular-file, too-large, "
+                   "read-error, bad-magic, refused-version, truncated, refused, corrupt), "
+                   "\"error\", \"boxes\", and \"kind\", \"magic\" and \"version\" where known; "
+                   "a name that is not UTF-8 is also given whole in \"file_bytes\" as hex");
+    std::uint64_t maxSize = fluxgrid::kDefaultMaxFileBytes;
+    info->add_option("--max-size", maxSize,
+                     "Refuse files and standard input larger than this (suffixes K, M, G: "
+                     "powers of 1024)")
+        ->transform(CLI::AsSizeValue(false))
+        ->default_str("1G");
 
     std::optional<std::string> outDir;
     bool inPlace = false;
@@ -98,31 +110,37 @@ int main(int argc, char** argv) {
         return code == 0 ? 0 : kUsage;
     }
 
-    try {
-        if (info->parsed()) {
-            return runInfo(files, json);
+    const auto runCommand = [&]() -> int {
+        try {
+            if (info->parsed()) {
+                return runInfo(files, json, maxSize);
+            }
+            if (migrate->parsed()) {
+                return runMigrate(files, outDir);
+            }
+            if (list->parsed()) {
+                return runLayoutList();
+            }
+            if (show->parsed()) {
+                return runLayoutShow(table);
+            }
+            if (exportCommand->parsed()) {
+                return runLayoutExport(table, format, out);
+            }
+            if (plot->parsed()) {
+                return runLayoutPlot(table, out);
+            }
+            if (demo->parsed()) {
+                return runDemo(demoDir);
+            }
+        } catch (const std::exception& e) {
+            std::cerr << "fluxgrid: " << e.what() << '\n';
+            return 1;
         }
-        if (migrate->parsed()) {
-            return runMigrate(files, outDir);
-        }
-        if (list->parsed()) {
-            return runLayoutList();
-        }
-        if (show->parsed()) {
-            return runLayoutShow(table);
-        }
-        if (exportCommand->parsed()) {
-            return runLayoutExport(table, format, out);
-        }
-        if (plot->parsed()) {
-            return runLayoutPlot(table, out);
-        }
-        if (demo->parsed()) {
-            return runDemo(demoDir);
-        }
-    } catch (const std::exception& e) {
-        std::cerr << "fluxgrid: " << e.what() << '\n';
-        return 1;
-    }
-    return kUsage;
+        return kUsage;
+    };
+    const int status = runCommand();
+    // Whatever the command did, output that never arrived is a failure.
+    const int written = finishStandardOutput();
+    return status != 0 ? status : written;
 }

@@ -276,6 +276,13 @@ FileResult<LoadedFile> loadFile(const std::filesystem::path& path, const LoadOpt
 /// Loads bytes into the object of their kind; `name` labels the result.
 FileResult<LoadedFile> loadBytes(std::span<const BYTE> bytes, std::string_view name = {},
                                  const LoadOptions& options = {});
+/// Loads what can be read from the open descriptor `fd` up to its end:
+/// standard input, a pipe or a FIFO, as well as a regular file. Read in
+/// pieces, so that a stream that never ends is refused with `tooLarge` as
+/// soon as it goes past `options.maxBytes`; a regular file is measured
+/// first, as by `loadFile`. `fd` stays open. `name` labels the result.
+FileResult<LoadedFile> loadDescriptor(int fd, std::string_view name,
+                                      const LoadOptions& options = {});
 
 /// The object stored as the newest version of its kind, in memory.
 /// `refused` when the library answers 0 or raises an exception (a head
