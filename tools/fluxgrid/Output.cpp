@@ -21,18 +21,24 @@ namespace {
 // The reason of the first failed write to standard output, if any.
 std::optional<int> outputError;
 
+// Keeps the reason of a failure that the streams show, taken from errno
+// just after the write or flush that failed: a stream that could keep what
+// it failed to write meets the same failure at the next flush, but a large
+// write that went past the buffer is lost with its reason.
+bool recordOutputState() {
+    if (!outputError && (std::ferror(stdout) != 0 || !std::cout)) {
+        outputError = errno != 0 ? errno : EIO;
+    }
+    return !outputError;
+}
+
 }  // namespace
 
 bool flushStandardOutput() {
     errno = 0;
     std::cout.flush();
-    const bool flushed = std::fflush(stdout) == 0;
-    if (!outputError && (!flushed || std::ferror(stdout) != 0 || !std::cout)) {
-        // A failure that an earlier flush met is met again by this one,
-        // since the stream keeps what it could not write.
-        outputError = errno != 0 ? errno : EIO;
-    }
-    return !outputError;
+    std::fflush(stdout);
+    return recordOutputState();
 }
 
 int finishStandardOutput() {
@@ -45,7 +51,9 @@ int finishStandardOutput() {
 
 int writeText(const std::string& text, const std::string& out) {
     if (out.empty() || out == "-") {
+        errno = 0;
         std::cout << text;
+        recordOutputState();
         return flushStandardOutput() ? 0 : 1;
     }
     const auto written = writeFileAtomically(

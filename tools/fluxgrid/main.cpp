@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cctype>
 #include <cstdint>
 #include <exception>
 #include <iostream>
@@ -48,7 +49,15 @@ int main(int argc, char** argv) {
     info->add_option("--max-size", maxSize,
                      "Refuse files and standard input larger than this (suffixes K, M, G: "
                      "powers of 1024)")
-        ->transform(CLI::AsSizeValue(false))
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                return !text.empty() && std::isdigit(static_cast<unsigned char>(text.front()))
+                           ? std::string()
+                           : "expects a number of bytes, such as 800, 64K or 2G";
+            },
+            ""))
+        ->transform(CLI::AsSizeValue(false).description(""))
+        ->type_name("BYTES")
         ->default_str("1G");
 
     std::optional<std::string> outDir;
