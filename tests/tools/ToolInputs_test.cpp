@@ -286,6 +286,36 @@ TEST(ToolInputs, StandardInputFromAFifoFedForeverStopsAtTheLimit) {
     EXPECT_EQ(all.at(1).at("kind"), "coil");
 }
 
+// The address sanitizer reserves far more address space than the limit.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kAddressSanitizer = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr bool kAddressSanitizer = true;
+#else
+constexpr bool kAddressSanitizer = false;
+#endif
+#else
+constexpr bool kAddressSanitizer = false;
+#endif
+
+TEST(ToolInputs, RunningOutOfMemoryFailsThatInputAloneAndNamesIt) {
+    if (kAddressSanitizer) {
+        GTEST_SKIP() << "a limit on the address space stops the address sanitizer";
+    }
+    const ChildRun run = tool({"info", "--max-size", "4G", "-", sample(kCoil)},
+                              ChildStreams()
+                                  .input("/dev/zero")
+                                  .memoryLimit(rlim_t{256} << 20)
+                                  .within(std::chrono::seconds(60)));
+    ASSERT_FALSE(run.timedOut);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err,
+              "fluxgrid: -: not enough memory to read it (within the limit of 4294967296 "
+              "bytes)\n");
+    EXPECT_TRUE(hasLine(run.out, sample(kCoil)));
+}
+
 TEST(ToolInputs, MaxSizeRefusesLargerFilesAndTakesSuffixes) {
     // The sample coil is 824 bytes long.
     const ChildRun under = tool({"info", "--max-size", "823", sample(kCoil)});

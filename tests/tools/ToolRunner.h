@@ -47,6 +47,8 @@ struct ChildStreams {
     /// Where standard output goes instead of a file that is read back.
     std::optional<std::string> stdoutPath;
     std::chrono::seconds deadline{30};
+    /// A limit on the child's address space, in bytes.
+    std::optional<rlim_t> addressSpace;
 
     ChildStreams& input(std::string path) {
         stdinPath = std::move(path);
@@ -62,6 +64,10 @@ struct ChildStreams {
     }
     ChildStreams& within(std::chrono::seconds limit) {
         deadline = limit;
+        return *this;
+    }
+    ChildStreams& memoryLimit(rlim_t bytes) {
+        addressSpace = bytes;
         return *this;
     }
 };
@@ -105,6 +111,12 @@ inline ChildRun runChild(const std::string& program, const std::vector<std::stri
         if (in < 0 || out < 0 || err < 0 || ::dup2(in, 0) < 0 || ::dup2(out, 1) < 0 ||
             ::dup2(err, 2) < 0) {
             ::_exit(127);
+        }
+        if (streams.addressSpace) {
+            const rlimit limit{*streams.addressSpace, *streams.addressSpace};
+            if (::setrlimit(RLIMIT_AS, &limit) != 0) {
+                ::_exit(127);
+            }
         }
         ::signal(SIGPIPE, SIG_DFL);
         ::execv(program.c_str(), argv.data());

@@ -17,7 +17,8 @@ inline constexpr std::string_view kStandardInput = "-";
 /// Loads the file `name`, or standard input for "-". A file that is not a
 /// regular one is refused; standard input may be anything that can be read
 /// (a pipe, a FIFO, a terminal) and is read in pieces up to
-/// `options.maxBytes`.
+/// `options.maxBytes`. Running out of memory while reading fails this input
+/// alone, as a `readError`.
 FileResult<LoadedFile> loadInput(const std::string& name, const LoadOptions& options = {});
 
 }  // namespace fluxgrid::tool
