@@ -22,9 +22,7 @@ namespace {
 
 constexpr int kUsage = 2;
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runCommandLine(int argc, char** argv) {
     using namespace fluxgrid::tool;
 
     CLI::App app{
@@ -119,37 +117,40 @@ int main(int argc, char** argv) {
         return code == 0 ? 0 : kUsage;
     }
 
-    const auto runCommand = [&]() -> int {
-        try {
-            if (info->parsed()) {
-                return runInfo(files, json, maxSize);
-            }
-            if (migrate->parsed()) {
-                return runMigrate(files, outDir);
-            }
-            if (list->parsed()) {
-                return runLayoutList();
-            }
-            if (show->parsed()) {
-                return runLayoutShow(table);
-            }
-            if (exportCommand->parsed()) {
-                return runLayoutExport(table, format, out);
-            }
-            if (plot->parsed()) {
-                return runLayoutPlot(table, out);
-            }
-            if (demo->parsed()) {
-                return runDemo(demoDir);
-            }
-        } catch (const std::exception& e) {
-            std::cerr << "fluxgrid: " << e.what() << '\n';
-            return 1;
+    try {
+        if (info->parsed()) {
+            return runInfo(files, json, maxSize);
         }
-        return kUsage;
-    };
-    const int status = runCommand();
+        if (migrate->parsed()) {
+            return runMigrate(files, outDir);
+        }
+        if (list->parsed()) {
+            return runLayoutList();
+        }
+        if (show->parsed()) {
+            return runLayoutShow(table);
+        }
+        if (exportCommand->parsed()) {
+            return runLayoutExport(table, format, out);
+        }
+        if (plot->parsed()) {
+            return runLayoutPlot(table, out);
+        }
+        if (demo->parsed()) {
+            return runDemo(demoDir);
+        }
+    } catch (const std::exception& e) {
+        std::cerr << "fluxgrid: " << e.what() << '\n';
+        return 1;
+    }
+    return kUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const int status = runCommandLine(argc, argv);
     // Whatever the command did, output that never arrived is a failure.
-    const int written = finishStandardOutput();
+    const int written = fluxgrid::tool::finishStandardOutput();
     return status != 0 ? status : written;
 }
