@@ -99,10 +99,6 @@ std::vector<BYTE> bytesOf(const std::string& path) {
     return std::vector<BYTE>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-std::string bytesText(const std::vector<BYTE>& bytes) {
-    return std::string(bytes.begin(), bytes.end());
-}
-
 // ---------------------------------------------------------------------------
 // What is not a regular file
 
@@ -238,7 +234,7 @@ TEST(ToolInputs, MigrateGoesOnPastAFolderAndAFifoAndPrintsItsSummary) {
 // Standard input
 
 TEST(ToolInputs, DashReadsAFileHandedThroughAPipe) {
-    const std::string coil = bytesText(bytesOf(sample(kCoil)));
+    const std::string coil = fluxgrid::test::slurpText(sample(kCoil));
     const ChildRun fromPipe = tool({"info", "--json", "-"}, ChildStreams().piped(coil));
     const ChildRun fromName = tool({"info", "--json", sample(kCoil)});
     EXPECT_EQ(fromPipe.status, 0) << fromPipe.err;
