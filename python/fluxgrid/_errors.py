@@ -22,7 +22,7 @@ class Error(ValueError):
             "squid", "opm", "sensor", "headloc"), or None.
         version: the version its frame gave, or None.
         messages: the library's own words (its message boxes), in order.
-        failure: the library's word for the failure ("bad magic", ...).
+        failure: the stable code of the failure ("missing", "bad-magic", "truncated", ...).
     """
 
     def __init__(

@@ -53,7 +53,7 @@ const char* errorClassOf(FileFailure failure) {
         details["kind"] = kindWord(error.kind);
         details["version"] = error.version ? py::object(py::int_(*error.version)) : py::none();
         details["messages"] = py::tuple(py::cast(error.boxes));
-        details["failure"] = py::str(std::string(failureWord(error.failure)));
+        details["failure"] = py::str(std::string(failureCode(error.failure)));
         exception = errorClass(errorClassOf(error.failure))(error.describe(), **details);
     }
     PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());

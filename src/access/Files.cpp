@@ -19,6 +19,32 @@
 
 namespace fluxgrid {
 
+std::string_view failureCode(FileFailure failure) {
+    switch (failure) {
+        case FileFailure::missing:
+            return "missing";
+        case FileFailure::notRegularFile:
+            return "not-regular-file";
+        case FileFailure::tooLarge:
+            return "too-large";
+        case FileFailure::readError:
+            return "read-error";
+        case FileFailure::badMagic:
+            return "bad-magic";
+        case FileFailure::refusedVersion:
+            return "refused-version";
+        case FileFailure::truncated:
+            return "truncated";
+        case FileFailure::refused:
+            return "refused";
+        case FileFailure::corrupt:
+            return "corrupt";
+        case FileFailure::writeError:
+            return "write-error";
+    }
+    return "unknown";
+}
+
 std::string_view failureWord(FileFailure failure) {
     switch (failure) {
         case FileFailure::missing:
@@ -282,6 +308,28 @@ FileResult<std::vector<BYTE>> readUpTo(int fd, std::uintmax_t limit, std::uintma
     return bytes;
 }
 
+// All that can be read from `fd`, if it is at most `maxBytes` bytes. A
+// regular file is measured first; anything else (a pipe, a terminal) is
+// read in pieces until it ends or goes past the limit.
+FileResult<std::vector<BYTE>> readToEnd(int fd, std::string_view name, std::uintmax_t maxBytes) {
+    struct stat status {};
+    if (::fstat(fd, &status) != 0) {
+        return failureOf(FileFailure::readError, name, systemError("cannot read", errno));
+    }
+    const auto size = S_ISREG(status.st_mode) ? static_cast<std::uintmax_t>(status.st_size) : 0;
+    if (size > maxBytes) {
+        return tooLarge(name, maxBytes);
+    }
+    // One byte more than allowed tells a file that grew since, or a stream
+    // that goes on past the limit.
+    FileResult<std::vector<BYTE>> bytes =
+        readUpTo(fd, maxBytes == UINTMAX_MAX ? maxBytes : maxBytes + 1, size, name);
+    if (bytes && bytes->size() > maxBytes) {
+        return tooLarge(name, maxBytes);
+    }
+    return bytes;
+}
+
 // The whole content of a regular file of at most `maxBytes` bytes.
 FileResult<std::vector<BYTE>> readRegularFile(const std::filesystem::path& path,
                                               std::string_view name, std::uintmax_t maxBytes) {
@@ -290,21 +338,7 @@ FileResult<std::vector<BYTE>> readRegularFile(const std::filesystem::path& path,
         return opened.error();
     }
     const Descriptor fd(*opened);
-    struct stat status {};
-    if (::fstat(fd.get(), &status) != 0) {
-        return failureOf(FileFailure::readError, name, systemError("cannot read", errno));
-    }
-    const auto size = static_cast<std::uintmax_t>(status.st_size);
-    if (size > maxBytes) {
-        return tooLarge(name, maxBytes);
-    }
-    // One byte more than allowed tells a file that grew since.
-    FileResult<std::vector<BYTE>> bytes =
-        readUpTo(fd.get(), maxBytes == UINTMAX_MAX ? maxBytes : maxBytes + 1, size, name);
-    if (bytes && bytes->size() > maxBytes) {
-        return tooLarge(name, maxBytes);
-    }
-    return bytes;
+    return readToEnd(fd.get(), name, maxBytes);
 }
 
 // ---------------------------------------------------------------------------
@@ -458,6 +492,14 @@ FileResult<LoadedFile> loadBytes(std::span<const BYTE> bytes, std::string_view n
 FileResult<LoadedFile> loadFile(const std::filesystem::path& path, const LoadOptions& options) {
     const std::string name = path.string();
     FileResult<std::vector<BYTE>> bytes = readRegularFile(path, name, options.maxBytes);
+    if (!bytes) {
+        return bytes.error();
+    }
+    return loadBytes(*bytes, name, options);
+}
+
+FileResult<LoadedFile> loadDescriptor(int fd, std::string_view name, const LoadOptions& options) {
+    FileResult<std::vector<BYTE>> bytes = readToEnd(fd, name, options.maxBytes);
     if (!bytes) {
         return bytes.error();
     }

@@ -200,14 +200,19 @@ TEST(ObjectJson, HeadLocalizationEntriesOfEveryKindAndItsLabels) {
     EXPECT_EQ(j.at("spheresA").size(), 3u);
 }
 
-TEST(ObjectJson, FailedFileIsItsNameAndError) {
+TEST(ObjectJson, FailedFileIsItsNameCodeErrorAndBoxes) {
     fluxgrid::FileError error;
+    error.failure = fluxgrid::FileFailure::truncated;
     error.file = "a.sensor";
     error.message = "truncated: the file ends inside its body";
     std::ostringstream text;
     JsonWriter out(text);
     fluxgrid::tool::writeFailureJson(out, error);
-    EXPECT_EQ(text.str(), json({{"file", "a.sensor"}, {"error", error.message}}).dump(2));
+    const json expected = {{"file", "a.sensor"},
+                           {"code", "truncated"},
+                           {"error", error.message},
+                           {"boxes", json::array()}};
+    EXPECT_EQ(text.str(), expected.dump(2));
 }
 
 // ---------------------------------------------------------------------------

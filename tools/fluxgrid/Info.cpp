@@ -1,6 +1,7 @@
 #include "Info.h"
 
 #include "Format.h"
+#include "Inputs.h"
 #include "JsonWriter.h"
 #include "ObjectJson.h"
 #include "Output.h"
@@ -161,15 +162,17 @@ void printSummary(const LoadedFile& loaded) {
 
 }  // namespace
 
-int runInfo(const std::vector<std::string>& files, bool json) {
+int runInfo(const std::vector<std::string>& files, bool json, std::uintmax_t maxBytes) {
     int failed = 0;
     JsonWriter out(std::cout);
     if (json) {
         out.beginArray();
     }
+    LoadOptions options;
+    options.maxBytes = maxBytes;
     for (const std::string& path : files) {
         // One file at a time: its object is gone before the next is loaded.
-        const FileResult<LoadedFile> loaded = loadFile(path);
+        const FileResult<LoadedFile> loaded = loadInput(path, options);
         if (!loaded) {
             ++failed;
             printFailure(loaded.error());
@@ -181,12 +184,15 @@ int runInfo(const std::vector<std::string>& files, bool json) {
         } else {
             printSummary(*loaded);
         }
+        // Nowhere to put the rest once standard output refuses it.
+        if (!flushStandardOutput()) {
+            return 1;
+        }
     }
     if (json) {
         out.endArray();
         std::cout << '\n';
     }
-    std::cout.flush();
     return failed == 0 ? 0 : 1;
 }
 

@@ -17,6 +17,15 @@ std::string dumped(const nlohmann::json& value) {
 
 }  // namespace
 
+bool isValidUtf8(std::string_view text) {
+    try {
+        (void)nlohmann::json(std::string(text)).dump();
+        return true;
+    } catch (const nlohmann::json::type_error&) {
+        return false;
+    }
+}
+
 void JsonWriter::newLine() {
     m_out << '\n';
     m_indent.assign(m_open.size() * kIndentStep, ' ');

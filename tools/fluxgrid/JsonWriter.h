@@ -19,6 +19,9 @@
 
 namespace fluxgrid::tool {
 
+/// Whether `text` is valid UTF-8, so that a JSON string holds it unchanged.
+bool isValidUtf8(std::string_view text);
+
 class JsonWriter {
   public:
     explicit JsonWriter(std::ostream& out) : m_out(out) {}

@@ -163,11 +163,11 @@ int runMigrate(const std::vector<std::string>& files, const std::optional<std::s
         }
         ++(result.outcome == Outcome::migrated ? migrated : current);
         std::printf("%s\n", result.line.c_str());
-        std::fflush(stdout);
+        flushStandardOutput();
     }
     progress.clear();
     std::printf("%zu migrated, %zu already current, %zu failed\n", migrated, current, failed);
-    std::fflush(stdout);
+    flushStandardOutput();
     return failed == 0 ? 0 : 1;
 }
 

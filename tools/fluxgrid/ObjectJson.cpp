@@ -1,15 +1,43 @@
-// The JSON of the model objects: the library's object tree, written by the
-// tool's JSON writer.
+// The JSON of the model objects (the library's object tree, written by the
+// tool's JSON writer) and the documents of `info --json` around them.
 #include "ObjectJson.h"
 
 #include <fluxgrid/access/ObjectTree.h>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace fluxgrid::tool {
 
 namespace {
+
+// The members of one JSON object, gathered with what writes each value and
+// then written in byte order of their keys, as nlohmann-json orders them.
+class Members {
+  public:
+    using Write = std::function<void(JsonWriter&)>;
+
+    void add(std::string_view key, Write write) { m_members.emplace_back(key, std::move(write)); }
+
+    void writeTo(JsonWriter& out) {
+        std::stable_sort(m_members.begin(), m_members.end(),
+                         [](const auto& a, const auto& b) { return a.first < b.first; });
+        out.beginObject();
+        for (const auto& [key, write] : m_members) {
+            out.key(key);
+            write(out);
+        }
+        out.endObject();
+    }
+
+  private:
+    std::vector<std::pair<std::string_view, Write>> m_members;
+};
 
 // The tree into the writer. Doubles that JSON cannot hold as numbers become
 // the strings "NaN", "Infinity" and "-Infinity".
@@ -41,6 +69,36 @@ class JsonSink final : public TreeSink {
     JsonWriter& m_out;
 };
 
+// Each byte as two lowercase hexadecimal digits.
+std::string hexBytes(std::string_view bytes) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string hex;
+    hex.reserve(bytes.size() * 2);
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        hex += kDigits[byte >> 4];
+        hex += kDigits[byte & 0xf];
+    }
+    return hex;
+}
+
+// "file", and "file_bytes" in hexadecimal when the name is not valid UTF-8
+// and "file" can only hold it with its bad bytes replaced.
+void addFileName(Members& members, const std::string& name) {
+    members.add("file", [&name](JsonWriter& o) { o.string(name); });
+    if (!isValidUtf8(name)) {
+        members.add("file_bytes", [&name](JsonWriter& o) { o.string(hexBytes(name)); });
+    }
+}
+
+// "kind" and "magic" of a file kind.
+void addKind(Members& members, FileKind kind) {
+    const FileKindInfo& info = fileKindInfo(kind);
+    members.add("kind", [&info](JsonWriter& o) { o.string(info.word); });
+    members.add("magic",
+                [&info](JsonWriter& o) { o.string(CString(std::u16string(info.magic)).ToUtf8()); });
+}
+
 }  // namespace
 
 void writeObjectJson(JsonWriter& out, const FileObjectPtr& object) {
@@ -48,36 +106,36 @@ void writeObjectJson(JsonWriter& out, const FileObjectPtr& object) {
     writeObjectTree(sink, object);
 }
 
-// The members below are given in byte order of their keys, as nlohmann-json
-// orders them.
-
 void writeFileJson(JsonWriter& out, const LoadedFile& loaded) {
-    const FileKindInfo& info = fileKindInfo(loaded.kind);
-    out.beginObject();
-    out.key("consumed");
-    out.unsignedInteger(loaded.consumed);
-    out.key("file");
-    out.string(loaded.file);
-    out.key("kind");
-    out.string(info.word);
-    out.key("magic");
-    out.string(CString(std::u16string(info.magic)).ToUtf8());
-    out.key("object");
-    writeObjectJson(out, loaded.object);
-    out.key("size");
-    out.unsignedInteger(loaded.size);
-    out.key("version");
-    out.integer(loaded.version);
-    out.endObject();
+    Members members;
+    addFileName(members, loaded.file);
+    addKind(members, loaded.kind);
+    members.add("version", [&](JsonWriter& o) { o.integer(loaded.version); });
+    members.add("size", [&](JsonWriter& o) { o.unsignedInteger(loaded.size); });
+    members.add("consumed", [&](JsonWriter& o) { o.unsignedInteger(loaded.consumed); });
+    members.add("object", [&](JsonWriter& o) { writeObjectJson(o, loaded.object); });
+    members.writeTo(out);
 }
 
 void writeFailureJson(JsonWriter& out, const FileError& error) {
-    out.beginObject();
-    out.key("error");
-    out.string(error.message);
-    out.key("file");
-    out.string(error.file);
-    out.endObject();
+    Members members;
+    addFileName(members, error.file);
+    members.add("code", [&](JsonWriter& o) { o.string(failureCode(error.failure)); });
+    members.add("error", [&](JsonWriter& o) { o.string(error.message); });
+    members.add("boxes", [&](JsonWriter& o) {
+        o.beginArray();
+        for (const std::string& box : error.boxes) {
+            o.string(box);
+        }
+        o.endArray();
+    });
+    if (error.kind) {
+        addKind(members, *error.kind);
+    }
+    if (error.version) {
+        members.add("version", [&](JsonWriter& o) { o.integer(*error.version); });
+    }
+    members.writeTo(out);
 }
 
 }  // namespace fluxgrid::tool

@@ -16,13 +16,20 @@
 
 #include <fluxgrid/access/Files.h>
 
+#include <string_view>
+
 namespace fluxgrid::tool {
 
 /// One document of `info --json`: "consumed", "file", "kind", "magic",
-/// "object", "size" and "version".
+/// "object", "size" and "version". A file name that is not valid UTF-8
+/// stands in "file" with its bad bytes replaced by U+FFFD, and whole in
+/// "file_bytes" as lowercase hexadecimal.
 void writeFileJson(JsonWriter& out, const LoadedFile& loaded);
 
-/// The document of a file that failed: "error" and "file".
+/// The document of a file that failed: "file" (and "file_bytes") as above,
+/// "code" (the library's `failureCode`), "error" (the message without the file's name),
+/// "boxes" (the texts of the library's message boxes, in order), and
+/// "kind", "magic" and "version" when the first bytes told them.
 void writeFailureJson(JsonWriter& out, const FileError& error);
 
 /// The object a file holds, alone.

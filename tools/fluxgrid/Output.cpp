@@ -1,6 +1,9 @@
 #include "Output.h"
 
+#include <cerrno>
 #include <charconv>
+#include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <span>
 
@@ -13,11 +16,45 @@ void printFailure(const FileError& error, std::string_view tail) {
     std::cerr << "fluxgrid: " << error.file << ": " << error.message << tail << '\n';
 }
 
+namespace {
+
+// The reason of the first failed write to standard output, if any.
+std::optional<int> outputError;
+
+// Keeps the reason of a failure that the streams show, taken from errno
+// just after the write or flush that failed: a stream that could keep what
+// it failed to write meets the same failure at the next flush, but a large
+// write that went past the buffer is lost with its reason.
+bool recordOutputState() {
+    if (!outputError && (std::ferror(stdout) != 0 || !std::cout)) {
+        outputError = errno != 0 ? errno : EIO;
+    }
+    return !outputError;
+}
+
+}  // namespace
+
+bool flushStandardOutput() {
+    errno = 0;
+    std::cout.flush();
+    std::fflush(stdout);
+    return recordOutputState();
+}
+
+int finishStandardOutput() {
+    if (flushStandardOutput()) {
+        return 0;
+    }
+    std::cerr << "fluxgrid: error writing standard output: " << std::strerror(*outputError) << '\n';
+    return 1;
+}
+
 int writeText(const std::string& text, const std::string& out) {
     if (out.empty() || out == "-") {
+        errno = 0;
         std::cout << text;
-        std::cout.flush();
-        return std::cout ? 0 : 1;
+        recordOutputState();
+        return flushStandardOutput() ? 0 : 1;
     }
     const auto written = writeFileAtomically(
         out, std::span(reinterpret_cast<const BYTE*>(text.data()), text.size()));

@@ -1,7 +1,8 @@
 /// \file Output.h
 /// Where the commands' results go beyond their own lines: the failure of a
-/// file on standard error, text to a file or to standard output, and the
-/// fault that tests put in the way of every write.
+/// file on standard error, text to a file or to standard output, the check
+/// that standard output took everything, and the fault that tests put in
+/// the way of every write.
 #pragma once
 
 #include <fluxgrid/access/Files.h>
@@ -21,6 +22,16 @@ void printFailure(const FileError& error, std::string_view tail = {});
 /// atomically as the whole content of the file `out`. Returns the exit
 /// status: 0, or 1 after printing why the write failed.
 int writeText(const std::string& text, const std::string& out);
+
+/// Flushes what the commands printed on standard output, through both the
+/// C and the C++ streams. False once any write to it has failed; the reason
+/// of the first failure is kept for `finishStandardOutput`.
+bool flushStandardOutput();
+
+/// Flushes standard output for the last time. Returns the exit status: 0,
+/// or 1 after printing "fluxgrid: error writing standard output: REASON"
+/// when any write to it failed (a full disk, a closed descriptor).
+int finishStandardOutput();
 
 /// "kill:N" or "nospace:N" as the fault it names; nothing for any other
 /// text.

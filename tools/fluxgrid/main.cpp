@@ -10,6 +10,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cctype>
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <optional>
@@ -20,9 +22,7 @@ namespace {
 
 constexpr int kUsage = 2;
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int runCommandLine(int argc, char** argv) {
     using namespace fluxgrid::tool;
 
     CLI::App app{
@@ -36,8 +36,27 @@ int main(int argc, char** argv) {
         "info",
         "Kind, version and a summary of each file (coil, vapor cell, SQUID record, OPM "
         "record, sensor, head localization)");
-    info->add_option("FILE", files, "Files to look into")->required();
-    info->add_flag("--json", json, "Print every field of every object as one JSON array");
+    info->add_option("FILE", files, "Files to look into; - reads standard input")->required();
+    info->add_flag("--json", json,
+                   "Print every field of every object as one JSON array; a file that fails is "
+                   "an entry with \"file\", \"code\" (missing, not-regular-file, too-large, "
+                   "read-error, bad-magic, refused-version, truncated, refused, corrupt), "
+                   "\"error\", \"boxes\", and \"kind\", \"magic\" and \"version\" where known; "
+                   "a name that is not UTF-8 is also given whole in \"file_bytes\" as hex");
+    std::uint64_t maxSize = fluxgrid::kDefaultMaxFileBytes;
+    info->add_option("--max-size", maxSize,
+                     "Refuse files and standard input larger than this (suffixes K, M, G: "
+                     "powers of 1024)")
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                return !text.empty() && std::isdigit(static_cast<unsigned char>(text.front()))
+                           ? std::string()
+                           : "expects a number of bytes, such as 800, 64K or 2G";
+            },
+            ""))
+        ->transform(CLI::AsSizeValue(false).description(""))
+        ->type_name("BYTES")
+        ->default_str("1G");
 
     std::optional<std::string> outDir;
     bool inPlace = false;
@@ -100,7 +119,7 @@ int main(int argc, char** argv) {
 
     try {
         if (info->parsed()) {
-            return runInfo(files, json);
+            return runInfo(files, json, maxSize);
         }
         if (migrate->parsed()) {
             return runMigrate(files, outDir);
@@ -125,4 +144,13 @@ int main(int argc, char** argv) {
         return 1;
     }
     return kUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const int status = runCommandLine(argc, argv);
+    // Whatever the command did, output that never arrived is a failure.
+    const int written = fluxgrid::tool::finishStandardOutput();
+    return status != 0 ? status : written;
 }

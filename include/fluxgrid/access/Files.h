@@ -144,6 +144,10 @@ enum class FileFailure {
 
 /// The word for a failure: "missing", "not a regular file", ...
 std::string_view failureWord(FileFailure failure);
+/// The stable code of a failure, for machines: "missing",
+/// "not-regular-file", "too-large", "read-error", "bad-magic",
+/// "refused-version", "truncated", "refused", "corrupt" or "write-error".
+std::string_view failureCode(FileFailure failure);
 
 /// A failure of the work on one file, with all that is known of it.
 struct FileError {
@@ -283,6 +287,13 @@ FileResult<LoadedFile> loadFile(const std::filesystem::path& path, const LoadOpt
 /// Loads bytes into the object of their kind; `name` labels the result.
 FileResult<LoadedFile> loadBytes(std::span<const BYTE> bytes, std::string_view name = {},
                                  const LoadOptions& options = {});
+/// Loads what can be read from the open descriptor `fd` up to its end:
+/// standard input, a pipe or a FIFO, as well as a regular file. Read in
+/// pieces, so that a stream that never ends is refused with `tooLarge` as
+/// soon as it goes past `options.maxBytes`; a regular file is measured
+/// first, as by `loadFile`. `fd` stays open. `name` labels the result.
+FileResult<LoadedFile> loadDescriptor(int fd, std::string_view name,
+                                      const LoadOptions& options = {});
 
 /// The object stored as the newest version of its kind, in memory.
 /// `refused` when the library answers 0 or raises an exception (a head
