@@ -5,6 +5,8 @@
 #include <fluxgrid/tables/EegNamePosType.h>
 #include <fluxgrid/tables/MegLayouts.h>
 
+#include <stdexcept>
+
 namespace fluxgrid::tool {
 
 namespace {
@@ -67,13 +69,21 @@ struct FrameWords {
     const char* name;
     const char* axes;
     const char* unit;
+    const char* axesCode;
+    double unitsPerMetre;
 };
+
+// A head of 0.095 m radius, MNE's default, for the sphere of radius 100.
+constexpr double kSphereUnitsPerMetre = 100.0 / 0.095;
 
 // In the order of `LayoutFrame`.
 constexpr FrameWords kFrameWords[] = {
-    {"head", "x to the subject's left, y to the top of the head, z to the back; millimetres", "mm"},
-    {"sphere", "x to the nose, y to the subject's left, z to the vertex; sphere of radius 100", ""},
-    {"net", "x to the subject's right, y to the nose, z to the vertex; centimetres", "cm"},
+    {"head", "x to the subject's left, y to the top of the head, z to the back; millimetres", "mm",
+     "LSP", 1000.0},
+    {"sphere", "x to the nose, y to the subject's left, z to the vertex; sphere of radius 100", "",
+     "ALS", kSphereUnitsPerMetre},
+    {"net", "x to the subject's right, y to the nose, z to the vertex; centimetres", "cm", "RAS",
+     100.0},
 };
 
 const FrameWords& wordsOf(LayoutFrame frame) {
@@ -92,6 +102,53 @@ const char* frameAxes(LayoutFrame frame) {
 
 const char* frameUnit(LayoutFrame frame) {
     return wordsOf(frame).unit;
+}
+
+const char* frameAxesCode(LayoutFrame frame) {
+    return wordsOf(frame).axesCode;
+}
+
+double frameUnitsPerMetre(LayoutFrame frame) {
+    return wordsOf(frame).unitsPerMetre;
+}
+
+std::array<double, 3> axesToRas(std::string_view axes, const std::array<double, 3>& v) {
+    // Each letter: the RAS axis it lies along, and whether it points the
+    // same way (R, A, S) or the other (L, P, I).
+    constexpr std::string_view kPositive = "RAS";
+    constexpr std::string_view kNegative = "LPI";
+    std::array<double, 3> ras{};
+    std::array<bool, 3> taken{};
+    if (axes.size() != 3) {
+        throw std::invalid_argument("axes \"" + std::string(axes) + "\" are not three letters");
+    }
+    for (std::size_t i = 0; i < 3; ++i) {
+        const std::size_t positive = kPositive.find(axes[i]);
+        const std::size_t negative = kNegative.find(axes[i]);
+        const std::size_t target = positive != std::string_view::npos ? positive : negative;
+        if (target == std::string_view::npos || taken[target]) {
+            throw std::invalid_argument("axes \"" + std::string(axes) +
+                                        "\" do not name three directions of R/L, A/P and S/I");
+        }
+        taken[target] = true;
+        // Adding zero turns -0 into 0: a mirrored zero stays a plain zero.
+        ras[target] = (positive != std::string_view::npos ? v[i] : -v[i]) + 0.0;
+    }
+    return ras;
+}
+
+ChannelRow toRasMetres(LayoutFrame frame, const ChannelRow& row) {
+    ChannelRow ras = row;
+    // Divided rather than multiplied by the inverse: millimetres and
+    // centimetres then come out as the nearest double to the exact metres.
+    ras.pos = axesToRas(frameAxesCode(frame), row.pos);
+    for (double& value : ras.pos) {
+        value /= frameUnitsPerMetre(frame);
+    }
+    if (row.orn) {
+        ras.orn = axesToRas(frameAxesCode(frame), *row.orn);
+    }
+    return ras;
 }
 
 std::array<double, 3> toVertexUp(LayoutFrame frame, const std::array<double, 3>& p) {
