@@ -259,8 +259,8 @@ std::string bashCompletion(const CLI::App& app, const ValueWords& words) {
                << "            commands='" << joined(names) << "'\n"
                << "            options='" << joined(options) << "'\n";
         if (!positionals.empty()) {
-            script << "            values=("
-                   << compgenFor(typeNameOf(*positionals.front()), words) << ")\n";
+            script << "            values=(" << compgenFor(typeNameOf(*positionals.front()), words)
+                   << ")\n";
         }
         // The value of the option just typed.
         std::string cases;
