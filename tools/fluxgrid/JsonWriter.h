@@ -4,8 +4,9 @@
 /// on a line of its own, `"key": value`, `[]` and `{}` for empty
 /// containers. Numbers are laid out as `dump` lays them out, with the
 /// shortest digits that read back bit for bit, which `dump` misses for a
-/// few values (2.08226 where it writes 2.0822600000000002). Nothing is held but the path of open containers,
-/// so that a document of any size takes no more memory than its depth.
+/// few values (2.08226 where it writes 2.0822600000000002). Nothing is
+/// held but the path of open containers, so that a document of any size
+/// takes no more memory than its depth.
 ///
 /// The writer keeps no order of its own: to equal what nlohmann-json makes
 /// of a `json` object (a `std::map`), the caller gives an object's members
