@@ -1,4 +1,5 @@
 #include "CommandLineDocs.h"
+
 #include "CommandLine.h"
 
 #include <cctype>
