@@ -455,8 +455,8 @@ TEST(ToolConventions, ManPageFormatsWithoutWarningsAndDescribesEveryCommand) {
     source << in.rdbuf();
     const std::string page = source.str();
     EXPECT_TRUE(page.starts_with(".TH fluxgrid 1 \"\" \"fluxgrid " FLUXGRID_VERSION "\""));
-    for (const std::string section :
-         {".SH NAME", ".SH SYNOPSIS", ".SH OPTIONS", ".SH COMMANDS", ".SH \"EXIT STATUS\""}) {
+    for (const std::string section : {".SH NAME", ".SH SYNOPSIS", ".SH OPTIONS", ".SH COMMANDS",
+                                      ".SH \"EXIT STATUS\"", ".SH EXAMPLES"}) {
         EXPECT_TRUE(contains(page, "\n" + section + "\n")) << section;
     }
     for (const std::string command :

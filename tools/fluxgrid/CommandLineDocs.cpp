@@ -207,7 +207,6 @@ std::string manPage(const CLI::App& app, const std::string& version) {
     for (const CLI::Option* option : optionsOf(app, false, true)) {
         page += optionItem(*option);
     }
-    page += examplesOf(app);
     page += ".SH COMMANDS\n";
     for (std::size_t i = 1; i < commands.size(); ++i) {
         const Command& command = commands[i];
@@ -221,7 +220,9 @@ std::string manPage(const CLI::App& app, const std::string& version) {
         }
         page += examplesOf(*command.app);
     }
-    return page + exitStatusSection();
+    page += exitStatusSection();
+    const std::string examples = examplesOf(app);
+    return examples.empty() ? page : page + ".SH EXAMPLES\n" + examples;
 }
 
 std::string bashCompletion(const CLI::App& app, const ValueWords& words) {

@@ -12,8 +12,8 @@
 namespace fluxgrid::tool {
 
 /// The manual page (roff, section 1) of `app` and its visible commands:
-/// name, synopsis, description, each command with its options and
-/// examples, the exit statuses once.
+/// name, synopsis, options, each command with its options and examples,
+/// the exit statuses once, the examples of the whole program.
 std::string manPage(const CLI::App& app, const std::string& version);
 
 /// The words an option's value may take, by the option's type name
