@@ -28,8 +28,8 @@ class Layout:
             left, y to the top, z to the back; a left-handed frame), "ALS"
             for the sphere frame, "RAS" for the net frame.
         unit: "mm", "cm", or None for the unitless sphere of radius 100.
-        metres_per_unit: the scale to metres (the sphere taken as a head of
-            radius 0.095 m).
+        units_per_metre: units of the frame in a metre (the sphere taken as
+            a head of radius 0.095 m).
     """
 
     name: str
@@ -41,7 +41,7 @@ class Layout:
     frame: str
     axes: str
     unit: Optional[str]
-    metres_per_unit: float
+    units_per_metre: float
 
     def __len__(self) -> int:
         return len(self.names)
@@ -53,7 +53,7 @@ class Layout:
 
     def pos_ras(self) -> np.ndarray:
         """The positions in RAS (x right, y nose, z up), metres: a new array."""
-        return self.pos @ axes_to_ras_matrix(self.axes).T * self.metres_per_unit
+        return self.pos @ axes_to_ras_matrix(self.axes).T / self.units_per_metre
 
     def ori_ras(self) -> Optional[np.ndarray]:
         """The orientations turned into RAS, or None for EEG tables."""

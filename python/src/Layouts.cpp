@@ -50,7 +50,7 @@ py::dict layout(const std::string& name) {
     fields["frame"] = std::string(frame.name);
     fields["axes"] = std::string(frame.axes);
     fields["unit"] = frame.unit.empty() ? py::object(py::none()) : py::str(std::string(frame.unit));
-    fields["metres_per_unit"] = frame.metres;
+    fields["units_per_metre"] = frame.unitsPerMetre;
     if (table->isMeg()) {
         const auto& rows = table->meg;
         constexpr std::size_t stride = sizeof(MEG_OPM_NAME_POS_TYPE);

@@ -41,12 +41,12 @@ std::optional<Letter> letterOf(char c) {
 // In the order of `LayoutFrame`.
 constexpr LayoutFrameInfo kFrames[] = {
     {LayoutFrame::head, "head", "LSP",
-     "x to the subject's left, y to the top of the head, z to the back; millimetres", "mm", 0.001},
+     "x to the subject's left, y to the top of the head, z to the back; millimetres", "mm", 1000.0},
     {LayoutFrame::sphere, "sphere", "ALS",
      "x to the nose, y to the subject's left, z to the vertex; sphere of radius 100", "",
-     0.095 / 100.0},
+     100.0 / 0.095},
     {LayoutFrame::net, "net", "RAS",
-     "x to the subject's right, y to the nose, z to the vertex; centimetres", "cm", 0.01},
+     "x to the subject's right, y to the nose, z to the vertex; centimetres", "cm", 100.0},
 };
 
 LayoutTableInfo eeg(std::string_view name, LayoutFrame frame,
@@ -88,10 +88,10 @@ std::array<double, 3> directionToRas(LayoutFrame frame, const std::array<double,
 }
 
 std::array<double, 3> positionToRas(LayoutFrame frame, const std::array<double, 3>& position) {
-    const double scale = layoutFrameInfo(frame).metres;
+    const double unitsPerMetre = layoutFrameInfo(frame).unitsPerMetre;
     std::array<double, 3> ras = directionToRas(frame, position);
     for (double& c : ras) {
-        c *= scale;
+        c /= unitsPerMetre;
     }
     return ras;
 }

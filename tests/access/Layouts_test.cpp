@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <set>
 #include <string>
 
@@ -69,6 +70,7 @@ TEST(LayoutTables, HoldTheLibraryRowsThemselves) {
 }
 
 TEST(LayoutFrames, GiveCodeUnitAndScale) {
+    EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::sphere).unitsPerMetre, 100.0 / 0.095);
     EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::head).axes, "LSP");
     EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::head).unit, "mm");
     EXPECT_EQ(fluxgrid::layoutFrameInfo(LayoutFrame::sphere).axes, "ALS");
@@ -78,13 +80,24 @@ TEST(LayoutFrames, GiveCodeUnitAndScale) {
 }
 
 TEST(LayoutFrames, TurnPositionsIntoRasMetres) {
-    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::head, {10, 20, 30}),
-              (Point{-10 * 0.001, -30 * 0.001, 20 * 0.001}));
-    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::net, {1, 2, 3}),
-              (Point{1 * 0.01, 2 * 0.01, 3 * 0.01}));
-    const double s = 0.095 / 100.0;
-    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::sphere, {100, 0, 0}), (Point{-0.0, 100 * s, 0}));
-    EXPECT_EQ(fluxgrid::directionToRas(LayoutFrame::head, {0, 1, 0}), (Point{-0.0, -0.0, 1}));
+    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::head, {30.0, 70.84885, -104.70795}),
+              (Point{-30.0 / 1000.0, 104.70795 / 1000.0, 70.84885 / 1000.0}));
+    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::net, {1, 2, 8.5}),
+              (Point{1 / 100.0, 2 / 100.0, 8.5 / 100.0}));
+    EXPECT_EQ(fluxgrid::positionToRas(LayoutFrame::sphere, {100, 0, 0}),
+              (Point{0.0, 100 / (100.0 / 0.095), 0}));
+    EXPECT_EQ(fluxgrid::directionToRas(LayoutFrame::head, {0.6, 0.8, 0.0}),
+              (Point{-0.6, 0.0, 0.8}));
+    // The nose of the head frame lies at -z, its left at +x.
+    EXPECT_EQ(fluxgrid::directionToRas(LayoutFrame::head, {0, 0, -1}), (Point{0, 1, 0}));
+    EXPECT_EQ(fluxgrid::directionToRas(LayoutFrame::head, {1, 0, 0}), (Point{-1, 0, 0}));
+}
+
+TEST(AxesToRas, GivesPlainZerosWhereItMirrorsAZero) {
+    const Point ras = (*axesToRas("LSP"))({0.0, 0.0, 0.0});
+    EXPECT_FALSE(std::signbit(ras[0]));
+    EXPECT_FALSE(std::signbit(ras[1]));
+    EXPECT_EQ((*axesToRas("IPL"))({1.0, 2.0, 3.0}), (Point{-3.0, -2.0, -1.0}));
 }
 
 TEST(LayoutFrames, PutFzInFrontCzOnTopAndT7OnTheLeftOfEveryFrame) {

@@ -254,8 +254,8 @@ TEST(ChannelExport, CsvOfRowsWithAndWithoutOrientationKeepsItsColumns) {
     const std::string csv = fluxgrid::tool::exportRows(rows, ExportFormat::csv, {});
     EXPECT_EQ(csv,
               "name,x,y,z,ornX,ornY,ornZ,sensorType,typeName\n"
-              "A,1,2,0.10000000000000001,0,0,1,100," +
-                  fluxgrid::tool::typeName(100) + "\nB,-1.5,0,3,,,,1," +
+              "A,1.0,2.0,0.1,0.0,0.0,1.0,100," +
+                  fluxgrid::tool::typeName(100) + "\nB,-1.5,0.0,3.0,,,,1," +
                   fluxgrid::tool::typeName(1) + "\n");
     EXPECT_EQ(fluxgrid::tool::typeName(100), "MEG_SNSR");
 }
@@ -266,14 +266,15 @@ TEST(ChannelExport, ElcHeadingNamesTheSourceFrameAndUnit) {
                                          {"eegSphere25", "sphere", "x to the nose", ""}),
               "# ASA electrode file\n# eegSphere25, sphere frame: x to the nose\n"
               "ReferenceLabel\tavg\nUnitPosition\tmm\nNumberPositions=\t1\nPositions\n"
-              "0 0 100\nLabels\nCz\n");
-    EXPECT_EQ(fluxgrid::tool::exportRows(rows, ExportFormat::sfp, {}), "Cz\t0\t0\t100\n");
+              "0.0 0.0 100.0\nLabels\nCz\n");
+    EXPECT_EQ(fluxgrid::tool::exportRows(rows, ExportFormat::sfp, {}), "Cz\t0.0\t0.0\t100.0\n");
 }
 
 TEST(ChannelExport, FormatsByName) {
     EXPECT_EQ(fluxgrid::tool::exportFormatNamed("csv"), ExportFormat::csv);
     EXPECT_EQ(fluxgrid::tool::exportFormatNamed("sfp"), ExportFormat::sfp);
     EXPECT_EQ(fluxgrid::tool::exportFormatNamed("elc"), ExportFormat::elc);
+    EXPECT_EQ(fluxgrid::tool::exportFormatNamed("tsv"), ExportFormat::tsv);
     EXPECT_EQ(fluxgrid::tool::exportFormatNamed("pdf"), std::nullopt);
 }
 

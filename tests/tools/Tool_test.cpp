@@ -808,12 +808,12 @@ TEST(ToolLayout, ShowPrintsEveryRowWithItsTypeName) {
     EXPECT_EQ(lines[2 + 19].substr(lines[2 + 19].size() - 10), "10 MEG_REF");
 }
 
-TEST(ToolLayout, UnknownTableFailsWithExitOne) {
+TEST(ToolLayout, UnknownTableIsBadUsage) {
     const ToolRun run = tool({"layout", "show", "megLayout99"});
-    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.status, 2);
     EXPECT_EQ(run.err,
-              "fluxgrid: no layout table called \"megLayout99\"; `fluxgrid layout list` names them "
-              "all\n");
+              "fluxgrid: no layout table called \"megLayout99\"; did you mean \"megLayout21\"? "
+              "(`fluxgrid layout list` names them all)\n");
 }
 
 std::vector<std::string> fieldsOf(const std::string& line, char separator) {

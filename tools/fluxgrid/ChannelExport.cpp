@@ -3,65 +3,95 @@
 #include "Format.h"
 
 #include <algorithm>
+#include <array>
 #include <sstream>
 
 namespace fluxgrid::tool {
 
+namespace {
+
+// In the order of `ExportFormat`.
+constexpr std::array<std::string_view, 4> kFormatNames = {"csv", "tsv", "sfp", "elc"};
+
+}  // namespace
+
 std::optional<ExportFormat> exportFormatNamed(std::string_view name) {
-    if (name == "csv") {
-        return ExportFormat::csv;
+    const auto found = std::find(kFormatNames.begin(), kFormatNames.end(), name);
+    if (found == kFormatNames.end()) {
+        return std::nullopt;
     }
-    if (name == "sfp") {
-        return ExportFormat::sfp;
-    }
-    if (name == "elc") {
-        return ExportFormat::elc;
-    }
-    return std::nullopt;
+    return static_cast<ExportFormat>(found - kFormatNames.begin());
+}
+
+std::vector<std::string> exportFormatNames() {
+    return {kFormatNames.begin(), kFormatNames.end()};
 }
 
 namespace {
 
-void csv(std::ostringstream& out, std::span<const ChannelRow> rows) {
+void table(std::ostringstream& out, std::span<const ChannelRow> rows, char separator) {
     const bool oriented =
         std::any_of(rows.begin(), rows.end(), [](const ChannelRow& row) { return row.orn; });
-    out << "name,x,y,z";
+    const auto put = [&](const auto&... fields) { ((out << separator << fields), ...); };
+    out << "name";
+    put("x", "y", "z");
     if (oriented) {
-        out << ",ornX,ornY,ornZ";
+        put("ornX", "ornY", "ornZ");
     }
-    out << ",sensorType,typeName\n";
+    put("sensorType", "typeName");
+    out << '\n';
     for (const ChannelRow& row : rows) {
-        out << row.name << ',' << exactNumber(row.pos[0]) << ',' << exactNumber(row.pos[1]) << ','
-            << exactNumber(row.pos[2]);
+        out << row.name;
+        put(shortestNumber(row.pos[0]), shortestNumber(row.pos[1]), shortestNumber(row.pos[2]));
         if (row.orn) {
-            out << ',' << exactNumber((*row.orn)[0]) << ',' << exactNumber((*row.orn)[1]) << ','
-                << exactNumber((*row.orn)[2]);
+            put(shortestNumber((*row.orn)[0]), shortestNumber((*row.orn)[1]),
+                shortestNumber((*row.orn)[2]));
         } else if (oriented) {
-            out << ",,,";
+            put("", "", "");
         }
-        out << ',' << row.sensorType << ',' << typeName(row.sensorType) << '\n';
+        put(row.sensorType, typeName(row.sensorType));
+        out << '\n';
     }
 }
 
 // BESA/EEGLAB: one "label x y z" line per channel.
 void sfp(std::ostringstream& out, std::span<const ChannelRow> rows) {
     for (const ChannelRow& row : rows) {
-        out << row.name << '\t' << exactNumber(row.pos[0]) << '\t' << exactNumber(row.pos[1])
-            << '\t' << exactNumber(row.pos[2]) << '\n';
+        out << row.name << '\t' << shortestNumber(row.pos[0]) << '\t' << shortestNumber(row.pos[1])
+            << '\t' << shortestNumber(row.pos[2]) << '\n';
     }
+}
+
+// The unit an .elc states and the factor from the rows' unit to it: readers
+// know metres and millimetres only.
+struct ElcUnit {
+    const char* name;
+    double scale;
+};
+
+ElcUnit elcUnit(const std::string& unit) {
+    if (unit == "m") {
+        return {"m", 1.0};
+    }
+    if (unit == "cm") {
+        return {"mm", 10.0};
+    }
+    return {"mm", 1.0};
 }
 
 // ASA electrode file: positions, then labels in the same order.
 void elc(std::ostringstream& out, std::span<const ChannelRow> rows, const ExportFrame& frame) {
+    const ElcUnit unit = elcUnit(frame.unit);
     out << "# ASA electrode file\n";
     out << "# " << frame.title << ", " << frame.frame << " frame: " << frame.axes << '\n';
     out << "ReferenceLabel\tavg\n";
-    out << "UnitPosition\t" << (frame.unit.empty() ? "mm" : frame.unit) << '\n';
+    out << "UnitPosition\t" << unit.name << '\n';
     out << "NumberPositions=\t" << rows.size() << '\n';
     out << "Positions\n";
     for (const ChannelRow& row : rows) {
-        out << exactNumber(row.pos[0]) << ' ' << exactNumber(row.pos[1]) << ' '
-            << exactNumber(row.pos[2]) << '\n';
+        out << shortestNumber(row.pos[0] * unit.scale) << ' '
+            << shortestNumber(row.pos[1] * unit.scale) << ' '
+            << shortestNumber(row.pos[2] * unit.scale) << '\n';
     }
     out << "Labels\n";
     for (const ChannelRow& row : rows) {
@@ -76,7 +106,10 @@ std::string exportRows(std::span<const ChannelRow> rows, ExportFormat format,
     std::ostringstream out;
     switch (format) {
         case ExportFormat::csv:
-            csv(out, rows);
+            table(out, rows, ',');
+            break;
+        case ExportFormat::tsv:
+            table(out, rows, '\t');
             break;
         case ExportFormat::sfp:
             sfp(out, rows);

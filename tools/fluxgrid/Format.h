@@ -13,8 +13,11 @@ namespace fluxgrid::tool {
 /// A number as a person reads it: up to ten significant digits (`%.10g`).
 std::string number(double value);
 
-/// A number with every digit that brings it back bit for bit (`%.17g`).
-std::string exactNumber(double value);
+/// The shortest text that reads back as the same double bit for bit
+/// (`std::to_chars`), laid out as JSON writes numbers: plain decimals from
+/// 1e-4 to below 1e15, ".0" behind whole numbers, "1.5e+20" beyond them.
+/// "nan", "inf" and "-inf" for the values that have no digits.
+std::string shortestNumber(double value);
 
 /// A number with two decimals (`%.2f`), as drawings take coordinates.
 std::string fixed(double value);

@@ -1,7 +1,10 @@
 #include "JsonWriter.h"
 
+#include "Format.h"
+
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <stdexcept>
 
 namespace fluxgrid::tool {
@@ -109,8 +112,9 @@ void JsonWriter::unsignedInteger(std::uint64_t value) {
     scalar(dumped(value));
 }
 
+// JSON has no digits for NaN and the infinities; dump writes null for them.
 void JsonWriter::real(double value) {
-    scalar(dumped(value));
+    scalar(std::isfinite(value) ? shortestNumber(value) : "null");
 }
 
 void JsonWriter::boolean(bool value) {

@@ -1,9 +1,12 @@
 /// \file JsonWriter.h
-/// JSON written to a stream as it is produced, in exactly the form of
-/// nlohmann-json's `dump(2)`: two spaces of indentation a level, every
-/// element and member on a line of its own, `"key": value`, `[]` and `{}`
-/// for empty containers. Nothing is held but the path of open containers,
-/// so that a document of any size takes no more memory than its depth.
+/// JSON written to a stream as it is produced, in the form of nlohmann-json's
+/// `dump(2)`: two spaces of indentation a level, every element and member
+/// on a line of its own, `"key": value`, `[]` and `{}` for empty
+/// containers. Numbers are laid out as `dump` lays them out, with the
+/// shortest digits that read back bit for bit, which `dump` misses for a
+/// few values (2.08226 where it writes 2.0822600000000002). Nothing is
+/// held but the path of open containers, so that a document of any size
+/// takes no more memory than its depth.
 ///
 /// The writer keeps no order of its own: to equal what nlohmann-json makes
 /// of a `json` object (a `std::map`), the caller gives an object's members
@@ -34,8 +37,9 @@ class JsonWriter {
     /// The key of the next member of the open object.
     void key(std::string_view name);
 
-    /// Scalars, each written as nlohmann-json writes it. Text that is not
-    /// valid UTF-8 has its bad bytes replaced by U+FFFD.
+    /// Scalars, each written as nlohmann-json writes it (numbers as above,
+    /// NaN and the infinities as null). Text that is not valid UTF-8 has
+    /// its bad bytes replaced by U+FFFD.
     void string(std::string_view text);
     void integer(std::int64_t value);
     void unsignedInteger(std::uint64_t value);

@@ -53,21 +53,31 @@ const char* frameUnit(LayoutFrame frame) {
     return layoutFrameInfo(frame).unit.data();
 }
 
-std::array<double, 3> toVertexUp(LayoutFrame frame, const std::array<double, 3>& p) {
-    switch (frame) {
-        case LayoutFrame::head:
-            // Left, top, back: a quarter turn about x brings the top to +Z and
-            // the nose (-z) to +Y. The frame is left-handed, so the subject's
-            // left lands on +X; the mirror is undone when drawing.
-            return {p[0], -p[2], p[1]};
-        case LayoutFrame::sphere:
-            // Nose, left, vertex: a quarter turn about z brings the nose to +Y
-            // and the subject's right (-y) to +X.
-            return {-p[1], p[0], p[2]};
-        case LayoutFrame::net:
-            return p;
+const char* frameAxesCode(LayoutFrame frame) {
+    return layoutFrameInfo(frame).axes.data();
+}
+
+double frameUnitsPerMetre(LayoutFrame frame) {
+    return layoutFrameInfo(frame).unitsPerMetre;
+}
+
+ChannelRow toRasMetres(LayoutFrame frame, const ChannelRow& row) {
+    ChannelRow ras = row;
+    ras.pos = positionToRas(frame, row.pos);
+    if (row.orn) {
+        ras.orn = directionToRas(frame, *row.orn);
     }
-    return p;
+    return ras;
+}
+
+std::array<double, 3> toVertexUp(LayoutFrame frame, const std::array<double, 3>& p) {
+    std::array<double, 3> up = directionToRas(frame, p);
+    if (frame == LayoutFrame::head) {
+        // The head frame is left-handed: its turn without the mirror keeps
+        // the subject's left on +X, and the drawing undoes the mirror.
+        up[0] = -up[0];
+    }
+    return up;
 }
 
 }  // namespace fluxgrid::tool

@@ -33,6 +33,17 @@ const char* frameName(LayoutFrame frame);
 const char* frameAxes(LayoutFrame frame);
 /// The unit of positions: "mm", "cm" or "" for the unitless sphere.
 const char* frameUnit(LayoutFrame frame);
+/// The frame's axes in three letters, each naming the direction in which
+/// its axis grows: R or L, A (nose) or P, S (top) or I. "LSP" for the head
+/// frame, "ALS" for the sphere, "RAS" for the nets.
+const char* frameAxesCode(LayoutFrame frame);
+/// Units of the frame's positions in a metre; the unitless sphere of
+/// radius 100 is taken as a head of radius 0.095 m.
+double frameUnitsPerMetre(LayoutFrame frame);
+
+/// A row turned into RAS: its position in metres, its orientation along
+/// the same axes.
+ChannelRow toRasMetres(LayoutFrame frame, const ChannelRow& row);
 
 /// A position turned so that the table's vertex points along +Z, its nose
 /// along +Y, and the subject's right along +X (for the head frame, its left:

@@ -1,5 +1,8 @@
 // The fluxgrid command-line tool. Exit status: 0 when the work is done, 1
 // when some of it failed, 2 on bad usage.
+#include "ChannelExport.h"
+#include "CommandLine.h"
+#include "CommandLineDocs.h"
 #include "Demo.h"
 #include "Info.h"
 #include "Layout.h"
@@ -10,6 +13,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cctype>
 #include <cstdint>
 #include <exception>
@@ -20,15 +24,47 @@
 
 namespace {
 
-constexpr int kUsage = 2;
+const std::string kVersion = std::string("fluxgrid ") + FLUXGRID_VERSION;
+
+// Ends the parse once `text` is written: done, or failed after saying why.
+[[noreturn]] void writeAndStop(const std::string& text, const std::string& path) {
+    if (fluxgrid::tool::writeText(text, path) != 0) {
+        throw CLI::RuntimeError(fluxgrid::tool::kFailed);
+    }
+    throw CLI::Success();
+}
+
+// Hidden options that write the manual page and the bash completion of the
+// whole command line, as it stands when they run; the build runs them.
+void addGenerators(CLI::App& app) {
+    using namespace fluxgrid::tool;
+    app.add_option_function<std::string>(
+           "--generate-man",
+           [&app](const std::string& path) { writeAndStop(manPage(app, kVersion), path); })
+        ->group("");
+    app.add_option_function<std::string>("--generate-completion",
+                                         [&app](const std::string& path) {
+                                             const ValueWords words = {
+                                                 {"TABLE", layoutNames()},
+                                                 {"FORMAT", exportFormatNames()},
+                                                 {"FRAME", layoutFrameNames()}};
+                                             writeAndStop(bashCompletion(app, words), path);
+                                         })
+        ->group("");
+}
 
 int runCommandLine(int argc, char** argv) {
     using namespace fluxgrid::tool;
 
     CLI::App app{
-        "fluxgrid: look inside MEG sensor, element and head localization files, migrate sensor "
-        "files to the newest version, and print, export and draw the channel layout tables."};
+        "Look inside MEG sensor, element and head localization files, migrate sensor files to "
+        "the newest version, and print, export and draw the channel layout tables.",
+        "fluxgrid"};
     app.require_subcommand(1);
+    app.set_version_flag("--version", kVersion, "Print the version of the library and exit");
+    app.footer(helpFooter({"fluxgrid info examples/data/sensor-squid-20080101.sensor",
+                           "fluxgrid layout export eegLayout32 --format elc --frame ras"}));
+    addGenerators(app);
 
     std::vector<std::string> files;
     bool json = false;
@@ -57,6 +93,8 @@ int runCommandLine(int argc, char** argv) {
         ->transform(CLI::AsSizeValue(false).description(""))
         ->type_name("BYTES")
         ->default_str("1G");
+    info->footer(helpFooter({"fluxgrid info --json examples/data/sensor-opm-20200210.sensor",
+                             "fluxgrid info - < recording.sensor"}));
 
     std::optional<std::string> outDir;
     bool inPlace = false;
@@ -72,34 +110,23 @@ int runCommandLine(int argc, char** argv) {
     // For tests only: makes every write fail after a number of bytes, by a
     // crash ("kill:N") or a full disk ("nospace:N").
     migrate->add_option("--inject-write-fault", fault)->group("");
+    migrate->footer(helpFooter({"fluxgrid migrate --out-dir new old/*.sensor"}));
 
-    std::string table;
-    std::string format;
-    std::string out;
-    auto* layout = app.add_subcommand("layout", "The thirteen channel layout tables");
-    layout->require_subcommand(1);
-    auto* list = layout->add_subcommand("list", "Name, kind, row count and frame of each table");
-    auto* show = layout->add_subcommand("show", "Every row of one table");
-    show->add_option("NAME", table, "Table name, as `layout list` gives it")->required();
-    auto* exportCommand =
-        layout->add_subcommand("export", "One table as CSV, BESA/EEGLAB .sfp or ASA .elc text");
-    exportCommand->add_option("NAME", table, "Table name")->required();
-    exportCommand->add_option("--format", format, "csv, sfp or elc")
-        ->required()
-        ->check(CLI::IsMember({"csv", "sfp", "elc"}));
-    exportCommand->add_option("-o,--output", out, "Output file (standard output if not given)");
-    auto* plot = layout->add_subcommand(
-        "plot", "One table drawn as a labelled top view, in SVG, coloured by channel type");
-    plot->add_option("NAME", table, "Table name")->required();
-    plot->add_option("-o,--output", out, "Output SVG file")->required();
+    const LayoutCommand layout(app);
 
     std::string demoDir = "./fluxgrid-demo";
     auto* demo = app.add_subcommand(
         "demo",
         "Build OPM and SQUID sensor sets and a head localization, write, reload and "
         "check them, and draw the layouts");
-    demo->add_option("DIR", demoDir, "Output folder")->capture_default_str();
+    demo->add_option("DIR", demoDir, "Output folder")->capture_default_str()->type_name("DIR");
+    demo->footer(helpFooter({"fluxgrid demo /tmp/fluxgrid-demo"}));
 
+    const std::vector<std::string> args(argv + std::min(argc, 1), argv + argc);
+    if (const std::optional<std::string> unknown = checkCommandNames(app, args)) {
+        std::cerr << *unknown << '\n';
+        return kUsage;
+    }
     try {
         app.parse(argc, argv);
         if (migrate->parsed() && !outDir && !inPlace) {
@@ -112,6 +139,8 @@ int runCommandLine(int argc, char** argv) {
             }
             fluxgrid::setWriteFault(*parsed);
         }
+    } catch (const CLI::RuntimeError& e) {
+        return e.get_exit_code();  // said why already
     } catch (const CLI::ParseError& e) {
         const int code = app.exit(e);
         return code == 0 ? 0 : kUsage;
@@ -124,17 +153,8 @@ int runCommandLine(int argc, char** argv) {
         if (migrate->parsed()) {
             return runMigrate(files, outDir);
         }
-        if (list->parsed()) {
-            return runLayoutList();
-        }
-        if (show->parsed()) {
-            return runLayoutShow(table);
-        }
-        if (exportCommand->parsed()) {
-            return runLayoutExport(table, format, out);
-        }
-        if (plot->parsed()) {
-            return runLayoutPlot(table, out);
+        if (layout.parsed()) {
+            return layout.run();
         }
         if (demo->parsed()) {
             return runDemo(demoDir);

@@ -26,8 +26,10 @@ struct AxesMap {
     std::array<int, 3> source;
     std::array<int, 3> sign;
 
+    /// Adding zero makes a mirrored zero a plain one.
     std::array<double, 3> operator()(const std::array<double, 3>& p) const {
-        return {sign[0] * p[source[0]], sign[1] * p[source[1]], sign[2] * p[source[2]]};
+        return {sign[0] * p[source[0]] + 0.0, sign[1] * p[source[1]] + 0.0,
+                sign[2] * p[source[2]] + 0.0};
     }
 };
 
@@ -50,14 +52,16 @@ struct LayoutFrameInfo {
     std::string_view description;
     /// "mm", "cm", or empty for the unitless sphere of radius 100.
     std::string_view unit;
-    /// Metres per unit of the frame: the sphere is taken as a head of
+    /// Units of the frame in a metre: the sphere is taken as a head of
     /// radius 0.095 m, MNE-Python's default.
-    double metres;
+    double unitsPerMetre;
 };
 
 const LayoutFrameInfo& layoutFrameInfo(LayoutFrame frame);
 
-/// A position of a frame in RAS metres.
+/// A position of a frame in RAS metres, divided rather than multiplied by
+/// the inverse, so that millimetres and centimetres come out as the nearest
+/// double to the exact metres.
 std::array<double, 3> positionToRas(LayoutFrame frame, const std::array<double, 3>& position);
 /// A direction of a frame in RAS: the same axes map, without the scale.
 std::array<double, 3> directionToRas(LayoutFrame frame, const std::array<double, 3>& direction);
