@@ -15,6 +15,10 @@ for preset in dev asan; do
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset" -j "$jobs"
     ctest --preset "$preset" -j "$jobs"
+    if [ "$preset" = dev ]; then
+        echo "== python: pip install into a virtual environment, tests against it"
+        bash scripts/python-venv-check.sh "$PWD/build/dev/tools/fluxgrid/fluxgrid"
+    fi
 done
 
 # With clang and its libFuzzer runtime at hand, every loader also runs over
