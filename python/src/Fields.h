@@ -288,7 +288,7 @@ template <class Final, class PyClass>
 void bindFields(PyClass& cls) {
     FieldBinder<Final, PyClass>(cls).template bind<fields::Table<Final>>();
     cls.def(
-        "to_dict", [](const Final& object) { return toDict(object); },
+        "to_dict", [](const Final& object) { return py::dict(toDict(object)); },
         "Every field as dictionaries, lists and scalars: the names, nesting and values of the "
         "\"object\" of `fluxgrid info --json` (NaN and infinities stay floats).");
 }

@@ -77,9 +77,9 @@ void bindLayouts(py::module_& m) {
     m.def(
         "layout_names",
         [] {
-            py::list names;
+            std::vector<std::string> names;
             for (const LayoutTableInfo& table : layoutTables()) {
-                names.append(std::string(table.name));
+                names.emplace_back(table.name);
             }
             return names;
         },
