@@ -1,0 +1,63 @@
+"""The Python module's reads against the C++ load of the same files.
+
+    python3 bench/python_bench.py BUILD_DIR
+
+BUILD_DIR is a release build with the benchmarks, the tool and the Python
+module (cmake --preset release). Prints the C++ load of a SQUID sensor file
+(fluxgrid_bench), the same through `fluxgrid.read_sensor`, their ratio
+(the goal: within 3), and `read_sensors` of the demo's 53 sensor files.
+"""
+
+from __future__ import annotations
+
+import json
+import statistics
+import subprocess
+import sys
+import tempfile
+import timeit
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[1]
+SQUID = ROOT / "examples" / "data" / "sensor-squid-20200210.sensor"
+
+
+def cpp_load_ns(build: Path) -> float:
+    with tempfile.TemporaryDirectory() as scratch:
+        out = Path(scratch) / "load.json"
+        subprocess.run(
+            [str(build / "bench" / "fluxgrid_bench"), "--benchmark_filter=BM_LoadFile_SquidSensor$",
+             "--benchmark_repetitions=5", f"--benchmark_out={out}",
+             "--benchmark_out_format=json"],
+            capture_output=True, check=True)
+        report = json.loads(out.read_text())
+    runs = [b for b in report["benchmarks"] if b.get("run_type") == "iteration"]
+    assert all(b["time_unit"] == "ns" for b in runs)
+    return statistics.median(b["real_time"] for b in runs)
+
+
+def python_seconds(statement, number: int) -> float:
+    """The median over 7 rounds of one call's time."""
+    return statistics.median(timeit.repeat(statement, number=number, repeat=7)) / number
+
+
+def main(build: Path) -> None:
+    sys.path.insert(0, str(build / "python"))
+    import fluxgrid as fg
+
+    cpp = cpp_load_ns(build) / 1e9
+    py = python_seconds(lambda: fg.read_sensor(SQUID), 2000)
+    print(f"C++ loadFile, SQUID sensor:      {cpp * 1e6:8.2f} us")
+    print(f"fluxgrid.read_sensor, same file: {py * 1e6:8.2f} us   ratio {py / cpp:.2f} (goal <= 3)")
+    with tempfile.TemporaryDirectory() as scratch:
+        demo = Path(scratch) / "demo"
+        subprocess.run([str(build / "tools" / "fluxgrid" / "fluxgrid"), "demo", str(demo)],
+                       check=True, capture_output=True)
+        folders = [demo / "sensors" / "opm32", demo / "sensors" / "squid21"]
+        files = sorted(p for f in folders for p in f.glob("*.sensor"))
+        many = python_seconds(lambda: fg.read_sensors(files), 50)
+        print(f"fluxgrid.read_sensors, {len(files)} demo files: {many * 1e3:8.2f} ms")
+
+
+if __name__ == "__main__":
+    main(Path(sys.argv[1]).resolve())
