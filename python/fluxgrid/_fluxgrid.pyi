@@ -259,6 +259,8 @@ class Sensor:
     hardware: Optional[HardwareRecord]
     hardwareType: int
     hardware_kind: Optional[str]
+    def initSensorBasic(self, hwType: int, rawName: str, showName: str, totalCoils: int, turns: List[int[2]], areas: List[float[2]], pos0: List[float[3]], pos1: List[float[3]]) -> int:
+        """Stores both names and, for hardware type 0 or 1, the count and the positions of work elements 0 and 1 (for a SQUID their turns and areas too). The library's unread last argument is left out."""
     def initSensorInfo(self, hwType: int, type: int, hwNo: int, gradOrder: int, proper: float, second: float, third: float, gainOffset: float) -> int:
         """Sets the hardware type, the sensor type and the gain chain."""
     def isAxialGrad(self) -> int:
@@ -278,6 +280,8 @@ class Sensor:
     def sensorNeuromag2Ctf(self, scaled: int) -> float:
         """The Neuromag-to-CTF gain factor."""
     sensorType: int
+    def setAcqSnsParam(self, hwType: int, coil: int, name: str, pos: List[float[3]], orn: List[float[3]], sensorType: int, toDewar: int, toHead: int, toWork: int, toSensor: int) -> int:
+        """Sets both names to `name` and the position and orientation of element `coil` in each selected frame (and with `toSensor` the sensor's own); the row of a layout table given field by field."""
     def setAdaptiveBalance(self, on: bool) -> int:
         """Turns adaptive balancing on or off."""
     def setBackup(self) -> int:

@@ -6,6 +6,7 @@
 
 #include <fluxgrid/sensor/MEGSensor.h>
 
+#include <array>
 #include <tuple>
 
 namespace fluxgrid::python {
@@ -223,6 +224,38 @@ void bindSensor(py::module_& m) {
              py::arg("coil"), "(result, x, y, z): a work-frame element's orientation.")
         .def("getSnsNmlDir", sensorVector(&CMEGSensorqv::getSnsNmlDir), py::arg("hwType"),
              py::arg("coil"), "(result, x, y, z): a work-frame element's normal direction.")
+        .def(
+            "initSensorBasic",
+            [](CMEGSensorqv& s, int hwType, const CString& rawName, const CString& showName,
+               int totalCoils, std::array<int, 2> turns, std::array<double, 2> areas,
+               std::array<double, 3> pos0, std::array<double, 3> pos1) {
+                return withBoxesAsWarnings([&] {
+                    return s.initSensorBasic(hwType, rawName, showName, totalCoils, turns.data(),
+                                             areas.data(), pos0.data(), pos1.data(), nullptr);
+                });
+            },
+            py::arg("hwType"), py::arg("rawName"), py::arg("showName"), py::arg("totalCoils"),
+            py::arg("turns"), py::arg("areas"), py::arg("pos0"), py::arg("pos1"),
+            "Stores both names and, for hardware type 0 or 1, the count and the positions of "
+            "work elements 0 and 1 (for a SQUID their turns and areas too). The library's "
+            "unread last argument is left out.")
+        .def(
+            "setAcqSnsParam",
+            [](CMEGSensorqv& s, int hwType, int coil, const CString& name,
+               std::array<double, 3> pos, std::array<double, 3> orn, int sensorType, int toDewar,
+               int toHead, int toWork, int toSensor) {
+                MEG_OPM_NAME_POS_TYPE row{name,   pos[0], pos[1], pos[2],
+                                          orn[0], orn[1], orn[2], sensorType};
+                return withBoxesAsWarnings([&] {
+                    return s.setAcqSnsParam(hwType, coil, &row, toDewar, toHead, toWork, toSensor);
+                });
+            },
+            py::arg("hwType"), py::arg("coil"), py::arg("name"), py::arg("pos"), py::arg("orn"),
+            py::arg("sensorType"), py::arg("toDewar"), py::arg("toHead"), py::arg("toWork"),
+            py::arg("toSensor"),
+            "Sets both names to `name` and the position and orientation of element `coil` in "
+            "each selected frame (and with `toSensor` the sensor's own); the row of a layout "
+            "table given field by field.")
         .def(
             "setSensorParameters",
             [](CMEGSensorqv& s, CMEGSensorqv& source) {

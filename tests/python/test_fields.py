@@ -189,3 +189,19 @@ def test_every_public_name_has_a_docstring():
         for attr, value in vars(cls).items():
             if not attr.startswith("_"):
                 assert getattr(value, "__doc__", None), f"{cls.__name__}.{attr}"
+
+
+def test_a_channel_is_built_from_a_layout_row_as_hosts_build_it():
+    lay = fg.layout("megLayout32")
+    s = fg.Sensor()
+    assert s.initSensorInfo(1, 700, 1, 0, 1.0, 1.0, 1.0, 0.0) == 1
+    assert s.hardware_kind == "opm"
+    assert s.setAcqSnsParam(1, 0, lay.names[0], lay.pos[0], lay.ori[0], int(lay.types[0]), 1, 1, 1, 1) == 1
+    assert s.name == lay.names[0]
+    assert s.hardware.vaporDewar[0].posP4[:3].tolist() == lay.pos[0].tolist()
+    assert s.snsOri4[:3].tolist() == lay.ori[0].tolist()
+    squid = fg.Sensor()
+    squid.initSensorInfo(0, 100, 2, 1, 1.0, 1.0, 1.0, 0.0)
+    squid.initSensorBasic(0, "MLC11", "MLC11", 2, (1, 1), (2.0, 2.0), (0.0, 0.0, 3.0), (0.0, 0.0, 8.0))
+    assert squid.hardware.totalCoils == 2
+    assert squid.positions().tolist() == [[0.0, 0.0, 3.0], [0.0, 0.0, 8.0]]
