@@ -1,0 +1,183 @@
+"""The geometry that the analysis packages take from the system's files:
+coordinates turned from a frame of given axes and unit into RAS metres,
+each channel's kind, position, orientation and coils, and the nasion and ear
+points of a fiducial set.
+
+Sensor and head localization files carry no frame of their own, so the
+axes and the unit are always explicit arguments; the system's MEG tables,
+and everything built from them, use the head frame "LSP" in millimetres.
+"""
+
+from __future__ import annotations
+
+from dataclasses import dataclass, field
+from typing import List, Optional, Sequence, Tuple, Union
+
+import numpy as np
+
+from ._fluxgrid import FiducialSet, HeadLocalization, OpmRecord, Sensor, SquidRecord, axes_to_ras
+
+#: Units of the sensor files' lengths in a metre.
+UNITS_PER_METRE = {"m": 1.0, "cm": 100.0, "mm": 1000.0}
+
+#: The frames of the hardware records, as `Sensor.positions` names them.
+FRAMES = ("dewar", "head", "work")
+
+FiducialsLike = Union[HeadLocalization, FiducialSet, np.ndarray, Sequence[Sequence[float]]]
+
+
+@dataclass(frozen=True)
+class Frame:
+    """A frame given by its orientation code and unit."""
+
+    axes: str = "LSP"
+    unit: str = "mm"
+
+    def __post_init__(self) -> None:
+        axes_to_ras(self.axes)  # refuses a code that is none
+        if self.unit not in UNITS_PER_METRE:
+            raise ValueError(f"unit must be one of {', '.join(UNITS_PER_METRE)}, not {self.unit!r}")
+
+    @property
+    def matrix(self) -> np.ndarray:
+        return axes_to_ras(self.axes)
+
+    def positions(self, points: np.ndarray) -> np.ndarray:
+        """Points of this frame in RAS metres. A left-handed frame comes out
+        mirrored, as it must: the map is a reflection, never a rotation."""
+        points = np.asarray(points, dtype=float).reshape(-1, 3)
+        return points @ self.matrix.T / UNITS_PER_METRE[self.unit]
+
+    def directions(self, vectors: np.ndarray) -> np.ndarray:
+        """Directions of this frame along RAS, unit length."""
+        vectors = np.asarray(vectors, dtype=float).reshape(-1, 3) @ self.matrix.T
+        norms = np.linalg.norm(vectors, axis=1, keepdims=True)
+        if np.any(norms == 0) or not np.all(np.isfinite(norms)):
+            raise ValueError("an orientation of zero length or not finite has no direction")
+        return vectors / norms
+
+
+def channel_kind(sensor: Sensor) -> str:
+    """"meg", "ref", "eeg", "stim" or "misc", from the sensor type code. A
+    sensor with an OPM record takes 700 as an MEG channel and 800 as an MEG
+    reference, the codes the OPM setup dialog stores."""
+    code = sensor.sensorType
+    if isinstance(sensor.hardware, OpmRecord) and code in (700, 800):
+        return "meg" if code == 700 else "ref"
+    if 100 <= code <= 103:
+        return "meg"
+    if 10 <= code <= 13:
+        return "ref"
+    if code in (300, 302, 303):
+        return "eeg"
+    if 600 <= code <= 602:
+        return "stim"
+    return "misc"
+
+
+def plane_vectors(ez: np.ndarray) -> Tuple[np.ndarray, np.ndarray]:
+    """ex and ey completing `ez` to a right-handed orthonormal set."""
+    helper = np.array([1.0, 0.0, 0.0]) if abs(ez[0]) < 0.9 else np.array([0.0, 1.0, 0.0])
+    ex = helper - np.dot(helper, ez) * ez
+    ex /= np.linalg.norm(ex)
+    ey = np.cross(ez, ex)
+    return ex, ey
+
+
+@dataclass
+class Coil:
+    """One coil of a channel: position (RAS metres), normal and weight."""
+
+    pos: np.ndarray
+    ori: np.ndarray
+    weight: float
+
+
+@dataclass
+class Channel:
+    """What the analysis packages need of one sensor."""
+
+    name: str
+    kind: str
+    hardware: Optional[str]
+    r0: Optional[np.ndarray]
+    ez: Optional[np.ndarray]
+    coils: List[Coil] = field(default_factory=list)
+    #: For an axial gradiometer: the second coil's offset along ez (metres),
+    #: the loop's diameter (metres) and the weight of the second coil.
+    baseline: float = 0.0
+    size: float = 0.0
+
+    @property
+    def is_axial_gradiometer(self) -> bool:
+        return len(self.coils) == 2
+
+    @property
+    def loc(self) -> np.ndarray:
+        """The 12 numbers of MNE's `loc`: r0, ex, ey, ez."""
+        loc = np.zeros(12)
+        if self.r0 is not None:
+            loc[:3] = self.r0
+        if self.ez is not None:
+            ex, ey = plane_vectors(self.ez)
+            loc[3:6], loc[6:9], loc[9:12] = ex, ey, self.ez
+        return loc
+
+
+def channel(sensor: Sensor, frame: str, axes: Frame) -> Channel:
+    """The channel of a sensor, from the first element in use of `frame`;
+    with two coils of a SQUID record, an axial gradiometer of both."""
+    if frame not in FRAMES:
+        raise ValueError(f"frame must be one of {', '.join(FRAMES)}, not {frame!r}")
+    kind = channel_kind(sensor)
+    positions = sensor.positions(frame)
+    if len(positions) == 0:
+        return Channel(sensor.snsRawName, kind, sensor.hardware_kind, None, None)
+    r = axes.positions(positions)
+    n = axes.directions(sensor.orientations(frame)[:1])[0] if kind in ("meg", "ref") else None
+    result = Channel(sensor.snsRawName, kind, sensor.hardware_kind, r[0], n)
+    record = sensor.hardware
+    if kind in ("meg", "ref") and isinstance(record, SquidRecord) and len(r) >= 2:
+        elements = getattr(record, "coil" + frame.capitalize())
+        # The second coil lies along the normal, on the side its position
+        # says, at the baseline the sensor gives.
+        side = 1.0 if np.dot(r[1] - r[0], n) >= 0 else -1.0
+        baseline = side * sensor.getCoilBaseLine() / UNITS_PER_METRE[axes.unit]
+        # The second coil is wound against the first, whatever sign the
+        # records give its turns; their ratio weighs it.
+        turns = elements[0].coilTurns
+        weight = -abs(elements[1].coilTurns / turns) if turns else -1.0
+        area = elements[0].coilArea
+        result.baseline = baseline
+        result.size = (
+            2.0 * np.sqrt(area / np.pi) / UNITS_PER_METRE[axes.unit]
+            if np.isfinite(area) and area > 0 else 0.0
+        )
+        n2 = axes.directions(sensor.orientations(frame)[1:2])[0]
+        result.coils = [Coil(r[0], n, 1.0), Coil(r[0] + baseline * n, n2, weight)]
+    return result
+
+
+def fiducial_points(
+    fiducials: FiducialsLike, axes: Frame, above: Optional[np.ndarray] = None
+) -> Tuple[np.ndarray, np.ndarray, np.ndarray]:
+    """Nasion, left and right ear point in RAS metres, from point 0 (the
+    nasion) and points 1 and 2 (the ear points) of a head localization's
+    current set, of a fiducial set, or of the rows of a (3, 3) array. The
+    left ear point is found from the geometry: seen with the nose ahead and
+    `up` above (the sensors lie above the head), it is the one on the left;
+    without `up`, +z of RAS is taken as up."""
+    if isinstance(fiducials, HeadLocalization):
+        fiducials = fiducials.fiducialCurrent
+    if isinstance(fiducials, FiducialSet):
+        points = np.array([fiducials.fidPts[i].ptValues[4:7] for i in range(3)])
+    else:
+        points = np.asarray(fiducials, dtype=float)
+        if points.shape != (3, 3):
+            raise ValueError(f"fiducials as an array take the shape (3, 3), not {points.shape}")
+    nasion, first, second = axes.positions(points)
+    middle = (first + second) / 2.0
+    up = np.array([0.0, 0.0, 1.0]) if above is None else np.asarray(above, dtype=float) - middle
+    left_of_first = np.dot(np.cross(nasion - middle, first - middle), up) > 0
+    lpa, rpa = (first, second) if left_of_first else (second, first)
+    return nasion, lpa, rpa
