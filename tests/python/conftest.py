@@ -7,6 +7,7 @@ import json
 import os
 import shutil
 import subprocess
+import sys
 from pathlib import Path
 from typing import Any, Dict, List
 
@@ -34,7 +35,9 @@ def tool() -> str:
 
 
 def run_tool(*args: str) -> subprocess.CompletedProcess:
-    return subprocess.run([tool(), *args], capture_output=True, check=False)
+    # The demo writes through the Python module with this same interpreter.
+    env = dict(os.environ, FLUXGRID_PYTHON_EXECUTABLE=sys.executable)
+    return subprocess.run([tool(), *args], capture_output=True, check=False, env=env)
 
 
 def tool_json(*files: Path) -> List[Dict[str, Any]]:

@@ -9,10 +9,17 @@
 #include <fluxgrid/access/Files.h>
 #include <fluxgrid/fluxgrid.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace fluxgrid::tool {
 
@@ -222,6 +229,93 @@ HeadReport writeHeadLocalization(const fs::path& dir, int& failures) {
     return report;
 }
 
+// The fiducials of the OPM set in its own frame, the tables' head frame
+// (x to the subject's left, y up, z to the back; millimetres): the ear
+// points are A1 and A2 of the EEG tables, the nasion lies 40 mm below FP1
+// and FP2.
+constexpr std::array<std::array<double, 3>, 3> kOpmFiducials = {{
+    {0.0, 31.0, -105.0},
+    {90.92224, 0.8736, -33.5347},
+    {-90.92224, 0.8736, -33.5347},
+}};
+
+// A head localization of the OPM set: the current fiducial set in the
+// sensors' frame, the head frame that the analysis packages are given.
+std::string writeOpmHeadLocalization(const fs::path& dir, int& failures) {
+    CHeadLocalizationqv h;
+    const char* names[] = {"nasion", "left ear", "right ear"};
+    for (std::size_t i = 0; i < kOpmFiducials.size(); ++i) {
+        CFiduciaryPtqv& point = h.fiducialCurrent.fidPts[i];
+        point.setFidPtPosition(kOpmFiducials[i][0], kOpmFiducials[i][1], kOpmFiducials[i][2]);
+        point.ptName = names[i];
+    }
+    h.headLocalText = "fluxgrid demo: fiducials of the OPM set, in its frame";
+    const std::string path = (dir / "headloc" / "opm32.headloc").string();
+    std::size_t bytes = 0;
+    const FileResult<LoadedFile> back = writeAndCheck(path, h, fields::Body::headloc, bytes);
+    if (!back) {
+        ++failures;
+        printFailure(back.error());
+    }
+    return path;
+}
+
+// Runs a program with its arguments, its output passed through; its exit
+// status, or -1 when it could not run.
+int runProgram(const std::vector<std::string>& args, bool quiet) {
+    std::vector<char*> argv;
+    for (const std::string& arg : args) {
+        argv.push_back(const_cast<char*>(arg.c_str()));
+    }
+    argv.push_back(nullptr);
+    std::fflush(stdout);
+    const pid_t child = fork();
+    if (child < 0) {
+        return -1;
+    }
+    if (child == 0) {
+        if (quiet) {
+            std::freopen("/dev/null", "w", stdout);
+            std::freopen("/dev/null", "w", stderr);
+        }
+        execvp(argv[0], argv.data());
+        _exit(127);
+    }
+    int status = 0;
+    if (waitpid(child, &status, 0) < 0 || !WIFEXITED(status)) {
+        return -1;
+    }
+    return WEXITSTATUS(status);
+}
+
+// The interpreter of the Python module: FLUXGRID_PYTHON_EXECUTABLE, or the one the
+// build was configured with.
+std::string pythonInterpreter() {
+    const char* chosen = std::getenv("FLUXGRID_PYTHON_EXECUTABLE");
+    return chosen != nullptr && *chosen != '\0' ? chosen : FLUXGRID_DEMO_PYTHON;
+}
+
+// The measurement info of the OPM set with its head localization, as a FIF
+// file of MNE-Python, written by the Python module where it and MNE are at
+// hand. The line that reports it, or why there is none.
+std::string writeMneInfo(const fs::path& dir, const std::string& headloc, int& failures) {
+    const std::string python = pythonInterpreter();
+    if (runProgram({python, "-c", "import fluxgrid.mne, mne"}, true) != 0) {
+        return "not written: " + python + " cannot import the Python module fluxgrid and MNE";
+    }
+    const std::string path = (dir / "info.fif").string();
+    const int status =
+        runProgram({python, "-m", "fluxgrid", "export", "fif", (dir / "sensors" / "opm32").string(),
+                    "--headloc", headloc, "--axes", "LSP", "--unit", "mm", "-o", path},
+                   true);
+    if (status != 0) {
+        ++failures;
+        std::cerr << "fluxgrid: " << path << ": the Python module failed to write it\n";
+        return "failed";
+    }
+    return path;
+}
+
 }  // namespace
 
 int runDemo(const std::string& dirName) {
@@ -245,6 +339,8 @@ int runDemo(const std::string& dirName) {
         return 1;
     }
     const HeadReport head = writeHeadLocalization(dir, failures);
+    const std::string opmHeadloc = writeOpmHeadLocalization(dir, failures);
+    const std::string info = writeMneInfo(dir, opmHeadloc, failures);
 
     std::vector<std::string> plots;
     fs::create_directories(dir / "layouts");
@@ -277,6 +373,8 @@ int runDemo(const std::string& dirName) {
         std::printf("  %-22s %s/\n", (set.hardware + " sensor files:").c_str(), set.folder.c_str());
     }
     std::printf("  %-22s %s\n", "head localization:", head.path.c_str());
+    std::printf("  %-22s %s\n", "OPM set's fiducials:", opmHeadloc.c_str());
+    std::printf("  %-22s %s\n", "MNE measurement info:", info.c_str());
     for (const std::string& plot : plots) {
         std::printf("  %-22s %s\n", "layout plot:", plot.c_str());
     }
