@@ -181,3 +181,23 @@ def fiducial_points(
     left_of_first = np.dot(np.cross(nasion - middle, first - middle), up) > 0
     lpa, rpa = (first, second) if left_of_first else (second, first)
     return nasion, lpa, rpa
+
+
+def head_frame(
+    channels: Sequence[Channel],
+    fiducials: FiducialsLike,
+    sensor_frame: Frame,
+    fiducial_axes: Optional[str] = None,
+    fiducial_unit: Optional[str] = None,
+) -> Tuple[np.ndarray, np.ndarray]:
+    """MNE's device-to-head transform (4 x 4) from fiducials, built as MNE's
+    own readers build it, and the nasion and the left and right ear points
+    (3 x 3, RAS metres, device frame). The fiducials stand in the sensors'
+    frame unless `fiducial_axes`/`fiducial_unit` say otherwise."""
+    import mne
+
+    fid_frame = Frame(fiducial_axes or sensor_frame.axes, fiducial_unit or sensor_frame.unit)
+    meg = [ch.r0 for ch in channels if ch.kind in ("meg", "ref") and ch.r0 is not None]
+    above = np.mean(meg, axis=0) if meg else None
+    points = np.array(fiducial_points(fiducials, fid_frame, above))
+    return mne.transforms.get_ras_to_neuromag_trans(*points), points

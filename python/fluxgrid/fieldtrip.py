@@ -66,14 +66,9 @@ def to_grad(
     transform = np.eye(4)
     grad: Dict[str, Any] = {}
     if fiducials is not None:
-        import mne
-
-        fid_frame = geometry.Frame(fiducial_axes or axes, fiducial_unit or unit)
-        above = np.mean([ch.r0 for ch in channels], axis=0) if channels else None
-        points = geometry.fiducial_points(fiducials, fid_frame, above)
-        transform = mne.transforms.get_ras_to_neuromag_trans(*points)
-        grad["fid"] = {"pos": _apply(transform, np.array(points)),
-                       "label": _cells(["nas", "lpa", "rpa"])}
+        transform, points = geometry.head_frame(channels, fiducials, sensor_frame,
+                                                fiducial_axes, fiducial_unit)
+        grad["fid"] = {"pos": _apply(transform, points), "label": _cells(["nas", "lpa", "rpa"])}
         grad["coordsys"] = "neuromag"
     rotation = transform[:3, :3]
     grad.update(

@@ -152,14 +152,11 @@ def to_info(
                 entry["coil_type"] = POINT_MAGNETOMETER
     if fiducials is None:
         return info
-    fid_frame = geometry.Frame(fiducial_axes or axes, fiducial_unit or unit)
-    meg = [ch.r0 for ch in channels if ch.kind in ("meg", "ref") and ch.r0 is not None]
-    above = np.mean(meg, axis=0) if meg else None
-    nasion, lpa, rpa = geometry.fiducial_points(fiducials, fid_frame, above)
-    trans = mne.transforms.get_ras_to_neuromag_trans(nasion, lpa, rpa)
+    trans, points = geometry.head_frame(channels, fiducials, sensor_frame, fiducial_axes,
+                                        fiducial_unit)
     info["dev_head_t"] = mne.transforms.Transform("meg", "head", trans)
     # The cardinal points, and the EEG electrodes, in the head frame.
-    head = mne.transforms.apply_trans(trans, np.array([nasion, lpa, rpa]))
+    head = mne.transforms.apply_trans(trans, points)
     electrodes = {ch.name: mne.transforms.apply_trans(trans, ch.r0)
                   for ch in channels if ch.kind == "eeg" and ch.r0 is not None}
     montage = mne.channels.make_dig_montage(ch_pos=electrodes or None, nasion=head[0],

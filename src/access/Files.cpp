@@ -11,6 +11,7 @@
 #include <climits>
 #include <cstring>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 #include <fcntl.h>
@@ -19,56 +20,35 @@
 
 namespace fluxgrid {
 
+namespace {
+
+struct FailureNames {
+    std::string_view code;
+    std::string_view word;
+};
+
+// In the order of `FileFailure`.
+constexpr FailureNames kFailureNames[] = {
+    {"missing", "missing"},     {"not-regular-file", "not a regular file"},
+    {"too-large", "too large"}, {"read-error", "read error"},
+    {"bad-magic", "bad magic"}, {"refused-version", "refused version"},
+    {"truncated", "truncated"}, {"refused", "refused"},
+    {"corrupt", "corrupt"},     {"write-error", "write error"},
+};
+static_assert(std::size(kFailureNames) == static_cast<std::size_t>(FileFailure::writeError) + 1);
+
+const FailureNames& namesOf(FileFailure failure) {
+    return kFailureNames[static_cast<std::size_t>(failure)];
+}
+
+}  // namespace
+
 std::string_view failureCode(FileFailure failure) {
-    switch (failure) {
-        case FileFailure::missing:
-            return "missing";
-        case FileFailure::notRegularFile:
-            return "not-regular-file";
-        case FileFailure::tooLarge:
-            return "too-large";
-        case FileFailure::readError:
-            return "read-error";
-        case FileFailure::badMagic:
-            return "bad-magic";
-        case FileFailure::refusedVersion:
-            return "refused-version";
-        case FileFailure::truncated:
-            return "truncated";
-        case FileFailure::refused:
-            return "refused";
-        case FileFailure::corrupt:
-            return "corrupt";
-        case FileFailure::writeError:
-            return "write-error";
-    }
-    return "unknown";
+    return namesOf(failure).code;
 }
 
 std::string_view failureWord(FileFailure failure) {
-    switch (failure) {
-        case FileFailure::missing:
-            return "missing";
-        case FileFailure::notRegularFile:
-            return "not a regular file";
-        case FileFailure::tooLarge:
-            return "too large";
-        case FileFailure::readError:
-            return "read error";
-        case FileFailure::badMagic:
-            return "bad magic";
-        case FileFailure::refusedVersion:
-            return "refused version";
-        case FileFailure::truncated:
-            return "truncated";
-        case FileFailure::refused:
-            return "refused";
-        case FileFailure::corrupt:
-            return "corrupt";
-        case FileFailure::writeError:
-            return "write error";
-    }
-    return "unknown";
+    return namesOf(failure).word;
 }
 
 std::string FileError::describe() const {

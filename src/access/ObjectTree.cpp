@@ -14,29 +14,6 @@ namespace fluxgrid {
 
 namespace {
 
-// The members of one object, gathered with what writes each value and then
-// handed on in byte order of their keys.
-class Members {
-  public:
-    using Write = std::function<void(TreeSink&)>;
-
-    void add(std::string_view key, Write write) { m_members.emplace_back(key, std::move(write)); }
-
-    void writeTo(TreeSink& out) {
-        std::stable_sort(m_members.begin(), m_members.end(),
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
-        out.beginObject();
-        for (const auto& [key, write] : m_members) {
-            out.key(key);
-            write(out);
-        }
-        out.endObject();
-    }
-
-  private:
-    std::vector<std::pair<std::string_view, Write>> m_members;
-};
-
 void writeValue(TreeSink& out, const CString& text) {
     out.string(text.ToUtf8());
 }
@@ -75,7 +52,7 @@ void writeStrings(TreeSink& out, const CStringArray& texts);
 // without a name adds its fields among the record's own.
 class Gather {
   public:
-    explicit Gather(Members& members) : m_members(members) {}
+    explicit Gather(SortedMembers& members) : m_members(members) {}
 
     template <class T>
     void value(std::string_view name, const T& field, fields::Filed) {
@@ -104,13 +81,13 @@ class Gather {
     }
 
   private:
-    Members& m_members;
+    SortedMembers& m_members;
 };
 
 // A record's fields, with `extra` members beside them.
 template <class Record, class Extra>
 void writeRecordWith(TreeSink& out, const Record& record, Extra extra) {
-    Members members;
+    SortedMembers members;
     fields::visitFields(record, Gather(members));
     extra(members);
     members.writeTo(out);
@@ -125,7 +102,7 @@ void writeRecord(TreeSink& out, const Record& record) {
         }
         out.endArray();
     } else {
-        writeRecordWith(out, record, [](Members&) {});
+        writeRecordWith(out, record, [](SortedMembers&) {});
     }
 }
 
@@ -143,7 +120,7 @@ constexpr std::string_view recordKindOf() {
 void writeHardware(TreeSink& out, const CMEGSensor& sensor) {
     const bool held = fields::withHardwareRecord(sensor, [&out](const auto& record) {
         using Record = std::remove_cvref_t<decltype(record)>;
-        writeRecordWith(out, record, [](Members& members) {
+        writeRecordWith(out, record, [](SortedMembers& members) {
             members.add("recordKind", [](TreeSink& o) { o.string(recordKindOf<Record>()); });
         });
     });
@@ -156,11 +133,11 @@ void writeEntries(TreeSink& out, const CFiducialPtrArray& entries) {
     out.beginArray();
     for (INT_PTR i = 0; i < entries.GetSize(); ++i) {
         if (const HEAD_LOCATION_TRIAL* record = entries.GetRecordAt(i)) {
-            writeRecordWith(out, *record, [](Members& members) {
+            writeRecordWith(out, *record, [](SortedMembers& members) {
                 members.add("kind", [](TreeSink& o) { o.string("record"); });
             });
         } else if (const CFiducialqv* set = entries.GetFiducialAt(i)) {
-            Members members;
+            SortedMembers members;
             members.add("kind", [](TreeSink& o) { o.string("object"); });
             members.add("fiducial", [set](TreeSink& o) {
                 writeRecord(o, static_cast<const CFiducial&>(*set));
@@ -182,6 +159,17 @@ void writeStrings(TreeSink& out, const CStringArray& texts) {
 }
 
 }  // namespace
+
+void SortedMembers::writeTo(TreeSink& sink) {
+    std::stable_sort(m_members.begin(), m_members.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    sink.beginObject();
+    for (const auto& [key, write] : m_members) {
+        sink.key(key);
+        write(sink);
+    }
+    sink.endObject();
+}
 
 void writeObjectTree(TreeSink& sink, const FileObjectPtr& object) {
     std::visit([&sink](const auto& held) { writeRecord(sink, *held); }, object);

@@ -4,40 +4,13 @@
 
 #include <fluxgrid/access/ObjectTree.h>
 
-#include <algorithm>
 #include <cmath>
-#include <functional>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace fluxgrid::tool {
 
 namespace {
-
-// The members of one JSON object, gathered with what writes each value and
-// then written in byte order of their keys, as nlohmann-json orders them.
-class Members {
-  public:
-    using Write = std::function<void(JsonWriter&)>;
-
-    void add(std::string_view key, Write write) { m_members.emplace_back(key, std::move(write)); }
-
-    void writeTo(JsonWriter& out) {
-        std::stable_sort(m_members.begin(), m_members.end(),
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
-        out.beginObject();
-        for (const auto& [key, write] : m_members) {
-            out.key(key);
-            write(out);
-        }
-        out.endObject();
-    }
-
-  private:
-    std::vector<std::pair<std::string_view, Write>> m_members;
-};
 
 // The tree into the writer. Doubles that JSON cannot hold as numbers become
 // the strings "NaN", "Infinity" and "-Infinity".
@@ -84,19 +57,19 @@ std::string hexBytes(std::string_view bytes) {
 
 // "file", and "file_bytes" in hexadecimal when the name is not valid UTF-8
 // and "file" can only hold it with its bad bytes replaced.
-void addFileName(Members& members, const std::string& name) {
-    members.add("file", [&name](JsonWriter& o) { o.string(name); });
+void addFileName(SortedMembers& members, const std::string& name) {
+    members.add("file", [&name](TreeSink& o) { o.string(name); });
     if (!isValidUtf8(name)) {
-        members.add("file_bytes", [&name](JsonWriter& o) { o.string(hexBytes(name)); });
+        members.add("file_bytes", [&name](TreeSink& o) { o.string(hexBytes(name)); });
     }
 }
 
 // "kind" and "magic" of a file kind.
-void addKind(Members& members, FileKind kind) {
+void addKind(SortedMembers& members, FileKind kind) {
     const FileKindInfo& info = fileKindInfo(kind);
-    members.add("kind", [&info](JsonWriter& o) { o.string(info.word); });
+    members.add("kind", [&info](TreeSink& o) { o.string(info.word); });
     members.add("magic",
-                [&info](JsonWriter& o) { o.string(CString(std::u16string(info.magic)).ToUtf8()); });
+                [&info](TreeSink& o) { o.string(CString(std::u16string(info.magic)).ToUtf8()); });
 }
 
 }  // namespace
@@ -107,22 +80,23 @@ void writeObjectJson(JsonWriter& out, const FileObjectPtr& object) {
 }
 
 void writeFileJson(JsonWriter& out, const LoadedFile& loaded) {
-    Members members;
+    SortedMembers members;
     addFileName(members, loaded.file);
     addKind(members, loaded.kind);
-    members.add("version", [&](JsonWriter& o) { o.integer(loaded.version); });
-    members.add("size", [&](JsonWriter& o) { o.unsignedInteger(loaded.size); });
-    members.add("consumed", [&](JsonWriter& o) { o.unsignedInteger(loaded.consumed); });
-    members.add("object", [&](JsonWriter& o) { writeObjectJson(o, loaded.object); });
-    members.writeTo(out);
+    members.add("version", [&](TreeSink& o) { o.integer(loaded.version); });
+    members.add("size", [&](TreeSink& o) { o.unsignedInteger(loaded.size); });
+    members.add("consumed", [&](TreeSink& o) { o.unsignedInteger(loaded.consumed); });
+    members.add("object", [&](TreeSink& o) { writeObjectTree(o, loaded.object); });
+    JsonSink sink(out);
+    members.writeTo(sink);
 }
 
 void writeFailureJson(JsonWriter& out, const FileError& error) {
-    Members members;
+    SortedMembers members;
     addFileName(members, error.file);
-    members.add("code", [&](JsonWriter& o) { o.string(failureCode(error.failure)); });
-    members.add("error", [&](JsonWriter& o) { o.string(error.message); });
-    members.add("boxes", [&](JsonWriter& o) {
+    members.add("code", [&](TreeSink& o) { o.string(failureCode(error.failure)); });
+    members.add("error", [&](TreeSink& o) { o.string(error.message); });
+    members.add("boxes", [&](TreeSink& o) {
         o.beginArray();
         for (const std::string& box : error.boxes) {
             o.string(box);
@@ -133,9 +107,10 @@ void writeFailureJson(JsonWriter& out, const FileError& error) {
         addKind(members, *error.kind);
     }
     if (error.version) {
-        members.add("version", [&](JsonWriter& o) { o.integer(*error.version); });
+        members.add("version", [&](TreeSink& o) { o.integer(*error.version); });
     }
-    members.writeTo(out);
+    JsonSink sink(out);
+    members.writeTo(sink);
 }
 
 }  // namespace fluxgrid::tool

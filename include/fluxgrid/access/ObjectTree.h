@@ -17,7 +17,10 @@
 #include <fluxgrid/access/Files.h>
 
 #include <cstdint>
+#include <functional>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace fluxgrid {
 
@@ -39,6 +42,21 @@ class TreeSink {
     virtual void real(double value) = 0;
     virtual void boolean(bool value) = 0;
     virtual void null() = 0;
+};
+
+/// The members of one object, given in any order with what writes each
+/// value, and handed to a sink in byte order of their keys, as the tree
+/// orders them. The keys must outlive the object.
+class SortedMembers {
+  public:
+    using Write = std::function<void(TreeSink&)>;
+
+    void add(std::string_view key, Write write) { m_members.emplace_back(key, std::move(write)); }
+    /// beginObject, each member, endObject.
+    void writeTo(TreeSink& sink);
+
+  private:
+    std::vector<std::pair<std::string_view, Write>> m_members;
 };
 
 /// The tree of the object a file holds.
