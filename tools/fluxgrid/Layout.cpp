@@ -5,9 +5,11 @@
 #include "LayoutSvg.h"
 #include "LayoutTables.h"
 #include "Output.h"
+#include "PlotImage.h"
 
 #include <cstdio>
 #include <iostream>
+#include <optional>
 
 namespace fluxgrid::tool {
 
@@ -73,11 +75,17 @@ int runLayoutExport(const std::string& name, const std::string& format, const st
 }
 
 int runLayoutPlot(const std::string& name, const std::string& out) {
+    const std::optional<PlotFormat> format = plotFormatFor(out);
+    if (!format) {
+        std::cerr << "fluxgrid: " << out << ": the plot is written as " << plotExtensions()
+                  << "; give the output one of these extensions\n";
+        return 2;
+    }
     const LayoutTable* table = requireLayout(name);
     if (table == nullptr) {
         return 1;
     }
-    const int status = writeText(layoutSvg(*table), out);
+    const int status = writeText(renderPlot(layoutSvg(*table), *format), out);
     if (status == 0 && !out.empty() && out != "-") {
         std::printf("wrote %s\n", out.c_str());
     }

@@ -70,9 +70,12 @@ int main(int argc, char** argv) {
         ->check(CLI::IsMember({"csv", "sfp", "elc"}));
     exportCommand->add_option("-o,--output", out, "Output file (standard output if not given)");
     auto* plot = layout->add_subcommand(
-        "plot", "One table drawn as a labelled top view, in SVG, coloured by channel type");
+        "plot",
+        "One table drawn as a labelled top view, coloured by channel type, in SVG, PNG or PDF "
+        "as the output's extension says");
     plot->add_option("NAME", table, "Table name")->required();
-    plot->add_option("-o,--output", out, "Output SVG file")->required();
+    plot->add_option("-o,--output", out, "Output file: .svg, .png or .pdf (SVG without extension)")
+        ->required();
 
     std::string demoDir = "./fluxgrid-demo";
     auto* demo = app.add_subcommand(
