@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -21,6 +23,7 @@
 #include <numbers>
 #include <optional>
 #include <regex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -67,7 +70,7 @@ std::string groupOf(const std::string& svg, const std::string& opening) {
 // take in the face the drawing asks for.
 std::vector<Box> labelBoxesOf(const std::string& svg, double fontSize) {
     char opening[64];
-    std::snprintf(opening, sizeof opening, "<g font-size=\"%g\" fill=\"#111111\">", fontSize);
+    std::snprintf(opening, sizeof opening, "<g font-size=\"%g\" fill=\"#111111\"", fontSize);
     const std::string group = groupOf(svg, opening);
     const std::regex text(R"re(<text x="([-0-9.]+)" y="([-0-9.]+)">([^<]*)</text>)re");
     std::vector<Box> boxes;
@@ -188,8 +191,9 @@ TEST_P(EveryTable, EveryMarkerLiesInsideTheHeadOutline) {
     }
 }
 
-TEST_P(EveryTable, LabelsStayInsideTheDrawingAndLeadersJoinMarkerToLabel) {
-    const fluxgrid::tool::LayoutPlot plot = fluxgrid::tool::layoutPlot(table());
+// Every label inside the drawing, and every leader line from the edge of
+// its marker to the edge of its label.
+void expectLabelsInsideAndLeadersJoined(const fluxgrid::tool::LayoutPlot& plot) {
     ASSERT_EQ(plot.labels.size(), plot.markers.size());
     for (std::size_t i = 0; i < plot.labels.size(); ++i) {
         const fluxgrid::tool::PlotLabel& label = plot.labels[i];
@@ -205,11 +209,9 @@ TEST_P(EveryTable, LabelsStayInsideTheDrawingAndLeadersJoinMarkerToLabel) {
         EXPECT_NEAR(
             std::hypot(label.leaderFrom.x - marker.centre.x, label.leaderFrom.y - marker.centre.y),
             marker.radius, 1e-9);
-        // The far end lies on the edge of the label's box.
-        const double outside = std::max({label.box.x - label.leaderTo.x, 0.0,
-                                         label.leaderTo.x - label.box.x - label.box.width,
-                                         label.box.y - label.leaderTo.y, 0.0,
-                                         label.leaderTo.y - label.box.y - label.box.height});
+        const double outside = std::max(
+            {label.box.x - label.leaderTo.x, 0.0, label.leaderTo.x - label.box.x - label.box.width,
+             label.box.y - label.leaderTo.y, label.leaderTo.y - label.box.y - label.box.height});
         EXPECT_LT(outside, 1e-9);
         const double onEdge =
             std::min({std::abs(label.leaderTo.x - label.box.x),
@@ -218,6 +220,10 @@ TEST_P(EveryTable, LabelsStayInsideTheDrawingAndLeadersJoinMarkerToLabel) {
                       std::abs(label.leaderTo.y - label.box.y - label.box.height)});
         EXPECT_LT(onEdge, 1e-9);
     }
+}
+
+TEST_P(EveryTable, LabelsStayInsideTheDrawingAndLeadersJoinMarkerToLabel) {
+    expectLabelsInsideAndLeadersJoined(fluxgrid::tool::layoutPlot(table()));
 }
 
 // In a drawing flattened about the vertex at equal distances, a marker lies
@@ -300,6 +306,63 @@ TEST(LayoutPlotLabels, CloseNeighboursAreDrawnApart) {
         const double gapY = std::max(first.top - second.bottom, second.top - first.bottom);
         EXPECT_GE(std::max(gapX, gapY), 1.0) << a << " and " << b;
     }
+}
+
+// Twenty channels within a millimetre of each other: most labels find no
+// room beside their markers and move out with leader lines, and still none
+// meets another label or a marker, and no leader runs through a marker
+// other than those stacked on its own.
+TEST(LayoutPlotLabels, ACrowdMovesOutWithLeaderLines) {
+    LayoutTable crowd{"crowd", false, fluxgrid::tool::LayoutFrame::net, {}};
+    for (int i = 0; i < 20; ++i) {
+        char name[8];
+        std::snprintf(name, sizeof name, "C%02d", i);
+        crowd.rows.push_back({name, {0.005 * i, 0.003 * (i % 3), 9.0}, std::nullopt, 302});
+    }
+    const fluxgrid::tool::LayoutPlot plot = fluxgrid::tool::layoutPlot(crowd);
+    const std::string svg = fluxgrid::tool::layoutSvg(crowd);
+    const std::vector<Box> labels = labelBoxesOf(svg, plot.fontSize);
+    const std::vector<Circle> markers = markersOf(svg);
+    ASSERT_EQ(labels.size(), 20u);
+    ASSERT_EQ(markers.size(), 20u);
+    for (std::size_t i = 0; i < labels.size(); ++i) {
+        for (std::size_t j = i + 1; j < labels.size(); ++j) {
+            EXPECT_FALSE(overlap(labels[i], labels[j])) << labels[i].text << ", " << labels[j].text;
+        }
+        for (const Circle& marker : markers) {
+            EXPECT_FALSE(covers(labels[i], marker)) << labels[i].text << ", " << marker.title;
+        }
+    }
+    int leaders = 0;
+    for (std::size_t i = 0; i < plot.labels.size(); ++i) {
+        const fluxgrid::tool::PlotLabel& label = plot.labels[i];
+        if (!label.leader) {
+            continue;
+        }
+        ++leaders;
+        // The line is drawn, and meets no marker that does not lie over the
+        // label's own.
+        char drawn[128];
+        std::snprintf(drawn, sizeof drawn,
+                      "<line x1=\"%.2f\" y1=\"%.2f\" x2=\"%.2f\" y2=\"%.2f\"/>", label.leaderFrom.x,
+                      label.leaderFrom.y, label.leaderTo.x, label.leaderTo.y);
+        EXPECT_NE(svg.find(drawn), std::string::npos) << drawn;
+        const Circle& own = markers[i];
+        for (const Circle& marker : markers) {
+            if (std::hypot(marker.x - own.x, marker.y - own.y) < marker.r + own.r) {
+                continue;
+            }
+            for (int k = 0; k <= 100; ++k) {
+                const double t = k / 100.0;
+                const double x = label.leaderFrom.x + t * (label.leaderTo.x - label.leaderFrom.x);
+                const double y = label.leaderFrom.y + t * (label.leaderTo.y - label.leaderFrom.y);
+                EXPECT_GE(std::hypot(x - marker.x, y - marker.y), marker.r - 0.01)
+                    << label.text << "'s leader runs through " << marker.title;
+            }
+        }
+    }
+    EXPECT_GE(leaders, 10);
+    expectLabelsInsideAndLeadersJoined(plot);
 }
 
 // ---------------------------------------------------------------------------

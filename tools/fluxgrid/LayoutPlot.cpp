@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <map>
 #include <numbers>
 #include <optional>
@@ -129,16 +130,20 @@ class LabelPlacer {
         const PlotBox shape = textBox(text, fontSize);
         const double step = 0.6 * fontSize + 1.0;
         std::optional<PlotLabel> first;
-        for (int ring = 0; ring <= kRings; ++ring) {
-            const double gap = kNearGap + ring * step;
-            for (double angle : anglesFor(ring, outward)) {
-                PlotLabel label = candidate(index, text, shape, angle, gap, ring > 0);
-                if (fits(index, label)) {
-                    keep(label);
-                    return label;
-                }
-                if (!first) {
-                    first = label;
+        // First with the leader line clear of every label; where a crowd
+        // of labels closes the way out, the line may pass under labels.
+        for (const bool leaderMayCrossLabels : {false, true}) {
+            for (int ring = 0; ring <= kRings; ++ring) {
+                const double gap = kNearGap + ring * step;
+                for (double angle : anglesFor(ring, outward)) {
+                    PlotLabel label = candidate(index, text, shape, angle, gap, ring > 0);
+                    if (fits(index, label, leaderMayCrossLabels)) {
+                        keep(label);
+                        return label;
+                    }
+                    if (!first) {
+                        first = label;
+                    }
                 }
             }
         }
@@ -193,7 +198,7 @@ class LabelPlacer {
         return label;
     }
 
-    bool fits(std::size_t index, const PlotLabel& label) const {
+    bool fits(std::size_t index, const PlotLabel& label, bool leaderMayCrossLabels) const {
         if (!inside(m_area, label.box)) {
             return false;
         }
@@ -213,17 +218,23 @@ class LabelPlacer {
                 return false;
             }
         }
-        return !label.leader || leaderIsClear(index, label);
+        return !label.leader || leaderIsClear(index, label, leaderMayCrossLabels);
     }
 
-    bool leaderIsClear(std::size_t index, const PlotLabel& label) const {
+    bool leaderIsClear(std::size_t index, const PlotLabel& label, bool leaderMayCrossLabels) const {
         for (const PlotBox& taken : m_taken) {
-            if (segmentMeetsBox(label.leaderFrom, label.leaderTo, taken)) {
+            if (!leaderMayCrossLabels && segmentMeetsBox(label.leaderFrom, label.leaderTo, taken)) {
                 return false;
             }
         }
-        for (std::size_t j = 0; j < m_markers.size(); ++j) {
-            if (j != index && segmentMeetsCircle(label.leaderFrom, label.leaderTo, m_markers[j])) {
+        // Markers drawn over the label's own cannot be avoided; any other
+        // marker can.
+        const PlotCircle& own = m_markers[index];
+        for (const PlotCircle& marker : m_markers) {
+            const bool overOwn =
+                std::hypot(marker.centre.x - own.centre.x, marker.centre.y - own.centre.y) <
+                marker.radius + own.radius;
+            if (!overOwn && segmentMeetsCircle(label.leaderFrom, label.leaderTo, marker)) {
                 return false;
             }
         }

@@ -107,7 +107,9 @@ void writeLabels(std::ostream& svg, const LayoutPlot& plot) {
                 << fixed(label.leaderTo.y) << "\"/>\n";
         }
     }
-    svg << "</g>\n<g font-size=\"" << plot.fontSize << "\" fill=\"#111111\">\n";
+    // A white halo keeps a label legible where a leader passes under it.
+    svg << "</g>\n<g font-size=\"" << plot.fontSize
+        << "\" fill=\"#111111\" stroke=\"#ffffff\" stroke-width=\"2\" paint-order=\"stroke\">\n";
     for (const PlotLabel& label : plot.labels) {
         writeLabelText(svg, label);
     }
