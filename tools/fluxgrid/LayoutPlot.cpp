@@ -261,6 +261,9 @@ double medianRadius(const LayoutTable& table) {
     for (const ChannelRow& row : table.rows) {
         radii.push_back(std::hypot(row.pos[0], row.pos[1], row.pos[2]));
     }
+    if (radii.empty()) {
+        return 1.0;
+    }
     std::nth_element(radii.begin(), radii.begin() + radii.size() / 2, radii.end());
     return radii[radii.size() / 2];
 }

@@ -91,8 +91,8 @@ struct LayoutPlot {
 /// each position turned so that the table's vertex points along +Z, then
 /// flattened by `CBscMagSns::flatten3Dto2D`, an azimuthal equidistant
 /// projection about the vertex. Labels sit beside their markers where there
-/// is room, else farther out with a leader line; no two labels overlap each
-/// other or any marker.
+/// is room, else farther out with a leader line, so that no two labels
+/// overlap each other or any marker while the drawing has room for them.
 LayoutPlot layoutPlot(const LayoutTable& table);
 
 /// The box that `text` takes in DejaVu Sans at `fontSize` pixels, with the
