@@ -4,13 +4,14 @@
 set -euo pipefail
 
 # The core library needs only the first line; the dialog needs Qt 6 Widgets
-# (with fonts for its offscreen tests), the command-line tool CLI11 and
-# nlohmann-json, and the tool's tests an SVG renderer and an XML checker.
+# (with fonts for its offscreen tests), the command-line tool CLI11,
+# nlohmann-json, and librsvg and cairo for its PNG and PDF drawings, and the
+# tool's tests an SVG renderer and an XML checker.
 # The Python module needs pybind11 and numpy, its install check a venv with
 # setuptools, its bridge MNE, scipy and matplotlib; the API reference Doxygen.
 packages=(cmake make g++ pkg-config clang-format libgtest-dev libgmock-dev libbenchmark-dev
     qt6-base-dev fonts-dejavu-core
-    libcli11-dev nlohmann-json3-dev librsvg2-bin libxml2-utils
+    libcli11-dev nlohmann-json3-dev librsvg2-dev libcairo2-dev librsvg2-bin libxml2-utils
     python3 python3-dev pybind11-dev python3-numpy python3-pytest python3-venv
     python3-setuptools python3-wheel python3-pip python3-mne python3-scipy python3-matplotlib
     doxygen)

@@ -7,10 +7,12 @@
 #include "LayoutSvg.h"
 #include "LayoutTables.h"
 #include "Output.h"
+#include "PlotImage.h"
 #include "Suggest.h"
 
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 namespace fluxgrid::tool {
@@ -58,10 +60,16 @@ LayoutCommand::LayoutCommand(CLI::App& app) {
         helpFooter({"fluxgrid layout export eegLayout32 --format sfp --frame ras -o eeg32.sfp"}));
 
     m_plot = layout->add_subcommand(
-        "plot", "One table drawn as a labelled top view, in SVG, coloured by channel type");
+        "plot",
+        "One table drawn as a labelled top view, coloured by channel type, in SVG, PNG or PDF "
+        "as the output's extension says");
     m_plot->add_option("NAME", m_table, "Table name")->required()->type_name("TABLE");
-    m_plot->add_option("-o,--output", m_out, "Output SVG file")->required()->type_name("FILE");
-    m_plot->footer(helpFooter({"fluxgrid layout plot megLayout32 -o megLayout32.svg"}));
+    m_plot
+        ->add_option("-o,--output", m_out,
+                     "Output file: .svg, .png or .pdf (SVG without extension)")
+        ->required()
+        ->type_name("FILE");
+    m_plot->footer(helpFooter({"fluxgrid layout plot megLayout32 -o megLayout32.png"}));
 }
 
 bool LayoutCommand::parsed() const {
@@ -272,11 +280,17 @@ int runLayoutExport(const std::string& name, const std::string& format, const st
 }
 
 int runLayoutPlot(const std::string& name, const std::string& out) {
+    const std::optional<PlotFormat> format = plotFormatFor(out);
+    if (!format) {
+        std::cerr << "fluxgrid: " << out << ": the plot is written as " << plotExtensions()
+                  << "; give the output one of these extensions\n";
+        return kUsage;
+    }
     const LayoutTable* table = requireLayout(name);
     if (table == nullptr) {
         return kUsage;
     }
-    const int status = writeText(layoutSvg(*table), out);
+    const int status = writeText(renderPlot(layoutSvg(*table), *format), out);
     if (status == 0 && !out.empty() && out != "-") {
         std::printf("wrote %s\n", out.c_str());
     }

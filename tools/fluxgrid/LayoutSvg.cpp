@@ -2,21 +2,14 @@
 
 #include "Format.h"
 
-#include <fluxgrid/element/BscMagSns.h>
-
-#include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <map>
+#include <ostream>
 #include <sstream>
 
 namespace fluxgrid::tool {
 
 namespace {
-
-// Where 90 degrees from the vertex lands after flattening: 108 degrees make
-// the unit circle.
-constexpr double kOutline = 90.0 / 108.0;
 
 std::string escaped(const std::string& text) {
     std::string out;
@@ -58,57 +51,114 @@ const char* colourOf(int sensorType, std::size_t index) {
     return others[index % std::size(others)];
 }
 
-struct Point {
-    double x;
-    double y;
-};
+std::string point(PlotPoint p) {
+    return fixed(p.x) + ',' + fixed(p.y);
+}
+
+void writeLabelText(std::ostream& svg, const PlotLabel& label) {
+    svg << "<text x=\"" << fixed(label.baseline.x) << "\" y=\"" << fixed(label.baseline.y) << "\">"
+        << escaped(label.text) << "</text>\n";
+}
+
+// The outline, wide enough for every marker, the nose, the ears and the
+// letters of the two sides.
+void writeHead(std::ostream& svg, const LayoutPlot& plot) {
+    svg << "<g fill=\"none\" stroke=\"#333333\" stroke-width=\"2\">\n";
+    svg << "<circle cx=\"" << fixed(plot.outline.centre.x) << "\" cy=\""
+        << fixed(plot.outline.centre.y) << "\" r=\"" << fixed(plot.outline.radius) << "\"/>\n";
+    svg << "<polyline points=\"";
+    for (std::size_t k = 0; k < plot.nose.size(); ++k) {
+        svg << (k > 0 ? " " : "") << point(plot.nose[k]);
+    }
+    svg << "\"/>\n";
+    for (const PlotBox& ear : plot.ears) {
+        svg << "<ellipse cx=\"" << fixed(ear.x + ear.width / 2) << "\" cy=\""
+            << fixed(ear.y + ear.height / 2) << "\" rx=\"" << fixed(ear.width / 2) << "\" ry=\""
+            << fixed(ear.height / 2) << "\"/>\n";
+    }
+    svg << "</g>\n<g font-size=\"12\" fill=\"#444444\">\n";
+    for (const PlotLabel& side : plot.sides) {
+        writeLabelText(svg, side);
+    }
+    svg << "</g>\n";
+}
+
+void writeMarkers(std::ostream& svg, const LayoutTable& table, const LayoutPlot& plot,
+                  const std::map<int, const char*>& colours) {
+    svg << "<g stroke=\"#222222\" stroke-width=\"0.6\">\n";
+    for (std::size_t i = 0; i < table.rows.size(); ++i) {
+        const ChannelRow& row = table.rows[i];
+        const PlotCircle& marker = plot.markers[i];
+        svg << "<circle cx=\"" << fixed(marker.centre.x) << "\" cy=\"" << fixed(marker.centre.y)
+            << "\" r=\"" << fixed(marker.radius) << "\" fill=\"" << colours.at(row.sensorType)
+            << "\"><title>" << escaped(row.name) << ", " << escaped(legendName(row.sensorType))
+            << "</title></circle>\n";
+    }
+    svg << "</g>\n";
+}
+
+// Leader lines under the labels they lead to.
+void writeLabels(std::ostream& svg, const LayoutPlot& plot) {
+    svg << "<g stroke=\"#888888\" stroke-width=\"0.6\">\n";
+    for (const PlotLabel& label : plot.labels) {
+        if (label.leader) {
+            svg << "<line x1=\"" << fixed(label.leaderFrom.x) << "\" y1=\""
+                << fixed(label.leaderFrom.y) << "\" x2=\"" << fixed(label.leaderTo.x) << "\" y2=\""
+                << fixed(label.leaderTo.y) << "\"/>\n";
+        }
+    }
+    // A white halo keeps a label legible where a leader passes under it.
+    svg << "</g>\n<g font-size=\"" << plot.fontSize
+        << "\" fill=\"#111111\" stroke=\"#ffffff\" stroke-width=\"2\" paint-order=\"stroke\">\n";
+    for (const PlotLabel& label : plot.labels) {
+        writeLabelText(svg, label);
+    }
+    svg << "</g>\n";
+}
+
+// One line per channel type: its colour, its name and its count.
+void writeLegend(std::ostream& svg, const LayoutPlot& plot,
+                 const std::map<int, const char*>& colours) {
+    const double x = 680;
+    double y = 90;
+    svg << "<text x=\"" << x << "\" y=\"" << y
+        << "\" font-size=\"13\" font-weight=\"bold\">Channel types</text>\n";
+    for (const PlotLegendEntry& entry : plot.legend) {
+        y += 24;
+        svg << "<circle cx=\"" << x + 7 << "\" cy=\"" << y - 4 << "\" r=\"6\" fill=\""
+            << colours.at(entry.sensorType) << "\" stroke=\"#222222\" stroke-width=\"0.6\"/>\n";
+        svg << "<text x=\"" << x + 20 << "\" y=\"" << y << "\" font-size=\"12\">"
+            << escaped(entry.text) << " (" << entry.count << ")</text>\n";
+    }
+}
+
+// A bar with end ticks, its length above it and what it measures below.
+void writeScaleBar(std::ostream& svg, const PlotScaleBar& bar) {
+    const double x0 = bar.start.x;
+    const double x1 = bar.start.x + bar.length;
+    const double y = bar.start.y;
+    svg << "<path d=\"M" << fixed(x0) << ',' << fixed(y - 4) << " V" << fixed(y) << " H"
+        << fixed(x1) << " V" << fixed(y - 4)
+        << "\" fill=\"none\" stroke=\"#222222\" stroke-width=\"1.5\"/>\n";
+    svg << "<text x=\"" << fixed(x1 + 8) << "\" y=\"" << fixed(y) << "\" font-size=\"12\">"
+        << escaped(bar.text) << "</text>\n";
+    svg << "<text x=\"" << fixed(x0) << "\" y=\"" << fixed(y + 14)
+        << "\" font-size=\"10\" fill=\"#444444\">" << escaped(bar.note) << "</text>\n";
+}
 
 }  // namespace
 
 std::string layoutSvg(const LayoutTable& table) {
-    constexpr double kWidth = 820;
-    constexpr double kHeight = 660;
-    constexpr double kCentreX = 320;
-    constexpr double kCentreY = 350;
-    constexpr double kRadius = 270;  // room for the farthest marker
-
-    // Flattened positions, the subject's right to the right, nose up.
-    const bool mirrored = table.frame == LayoutFrame::head;
-    std::vector<Point> flat;
-    double farthest = kOutline;
-    for (const ChannelRow& row : table.rows) {
-        const auto up = toVertexUp(table.frame, row.pos);
-        double u = 0.0;
-        double v = 0.0;
-        CBscMagSns::flatten3Dto2D(up[0], up[1], up[2], u, v);
-        flat.push_back({mirrored ? -u : u, v});
-        farthest = std::max(farthest, std::hypot(u, v));
-    }
-    const double scale = kRadius / (farthest * 1.06);
-    auto sx = [&](double x) { return kCentreX + x * scale; };
-    auto sy = [&](double y) { return kCentreY - y * scale; };
-
-    // Types in order of first appearance, with their counts.
-    std::vector<int> types;
-    std::map<int, int> counts;
-    for (const ChannelRow& row : table.rows) {
-        if (counts[row.sensorType]++ == 0) {
-            types.push_back(row.sensorType);
-        }
-    }
+    const LayoutPlot plot = layoutPlot(table);
     std::map<int, const char*> colours;
-    for (std::size_t i = 0; i < types.size(); ++i) {
-        colours[types[i]] = colourOf(types[i], i);
+    for (std::size_t i = 0; i < plot.legend.size(); ++i) {
+        colours[plot.legend[i].sensorType] = colourOf(plot.legend[i].sensorType, i);
     }
-
-    const bool dense = table.rows.size() > 100;
-    const double marker = dense ? 3.0 : 5.5;
-    const double font = dense ? 5.5 : 11.0;
 
     std::ostringstream svg;
     svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << kWidth << "\" height=\""
-        << kHeight << "\" viewBox=\"0 0 " << kWidth << ' ' << kHeight << "\">\n";
+    svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << plot.width << "\" height=\""
+        << plot.height << "\" viewBox=\"0 0 " << plot.width << ' ' << plot.height << "\">\n";
     svg << "<title>" << escaped(table.name) << "</title>\n";
     svg << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
     svg << "<g font-family=\"DejaVu Sans, Helvetica, Arial, sans-serif\">\n";
@@ -116,55 +166,13 @@ std::string layoutSvg(const LayoutTable& table) {
         << "</text>\n";
     svg << "<text x=\"20\" y=\"52\" font-size=\"12\" fill=\"#444444\">" << table.rows.size()
         << (table.meg ? " MEG" : " EEG") << " channels, " << frameName(table.frame)
-        << " frame; top view, nose up, flattened about the vertex</text>\n";
-
-    // The head: its outline at 90 degrees from the vertex, nose and ears.
-    const double r = kOutline * scale;
-    svg << "<g fill=\"none\" stroke=\"#333333\" stroke-width=\"2\">\n";
-    svg << "<circle cx=\"" << fixed(kCentreX) << "\" cy=\"" << fixed(kCentreY) << "\" r=\""
-        << fixed(r) << "\"/>\n";
-    svg << "<polyline points=\"" << fixed(kCentreX - 0.09 * r) << ',' << fixed(kCentreY - 0.995 * r)
-        << ' ' << fixed(kCentreX) << ',' << fixed(kCentreY - 1.1 * r) << ' '
-        << fixed(kCentreX + 0.09 * r) << ',' << fixed(kCentreY - 0.995 * r) << "\"/>\n";
-    for (int side : {-1, 1}) {
-        svg << "<ellipse cx=\"" << fixed(kCentreX + side * 1.03 * r) << "\" cy=\""
-            << fixed(kCentreY) << "\" rx=\"" << fixed(0.04 * r) << "\" ry=\"" << fixed(0.13 * r)
-            << "\"/>\n";
-    }
-    svg << "</g>\n";
-    svg << "<text x=\"" << fixed(kCentreX - 1.09 * r - 8) << "\" y=\"" << fixed(kCentreY + 4)
-        << "\" font-size=\"12\" text-anchor=\"end\" fill=\"#444444\">L</text>\n";
-    svg << "<text x=\"" << fixed(kCentreX + 1.09 * r + 8) << "\" y=\"" << fixed(kCentreY + 4)
-        << "\" font-size=\"12\" fill=\"#444444\">R</text>\n";
-
-    // Markers and labels.
-    svg << "<g stroke=\"#222222\" stroke-width=\"0.6\">\n";
-    for (std::size_t i = 0; i < table.rows.size(); ++i) {
-        svg << "<circle cx=\"" << fixed(sx(flat[i].x)) << "\" cy=\"" << fixed(sy(flat[i].y))
-            << "\" r=\"" << marker << "\" fill=\"" << colours[table.rows[i].sensorType]
-            << "\"><title>" << escaped(table.rows[i].name) << ' ' << table.rows[i].sensorType
-            << "</title></circle>\n";
-    }
-    svg << "</g>\n<g font-size=\"" << font << "\" fill=\"#111111\">\n";
-    for (std::size_t i = 0; i < table.rows.size(); ++i) {
-        svg << "<text x=\"" << fixed(sx(flat[i].x) + marker + 1.5) << "\" y=\""
-            << fixed(sy(flat[i].y) - marker * 0.4) << "\">" << escaped(table.rows[i].name)
-            << "</text>\n";
-    }
-    svg << "</g>\n";
-
-    // Legend: one line per channel type.
-    const double legendX = 640;
-    double legendY = 90;
-    svg << "<text x=\"" << legendX << "\" y=\"" << legendY
-        << "\" font-size=\"13\" font-weight=\"bold\">Channel types</text>\n";
-    for (int type : types) {
-        legendY += 24;
-        svg << "<circle cx=\"" << legendX + 7 << "\" cy=\"" << legendY - 4 << "\" r=\"6\" fill=\""
-            << colours[type] << "\" stroke=\"#222222\" stroke-width=\"0.6\"/>\n";
-        svg << "<text x=\"" << legendX + 20 << "\" y=\"" << legendY << "\" font-size=\"12\">"
-            << type << ' ' << escaped(typeName(type)) << " (" << counts[type] << ")</text>\n";
-    }
+        << " frame; top view, nose up; outline at " << fixed(plot.outlineDegrees)
+        << " degrees from the vertex</text>\n";
+    writeHead(svg, plot);
+    writeMarkers(svg, table, plot, colours);
+    writeLabels(svg, plot);
+    writeLegend(svg, plot, colours);
+    writeScaleBar(svg, plot.scaleBar);
     svg << "</g>\n</svg>\n";
     return svg.str();
 }

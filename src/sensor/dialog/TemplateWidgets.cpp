@@ -54,6 +54,14 @@ QWidget* makeStatic(QDialog& dialog, const DialogItemTemplate& item) {
     return label;
 }
 
+// A field given a text shows its beginning, as the platform's edit control
+// does: Qt would put the cursor behind the last character and scroll the
+// field there, out of sight of a leading minus sign.
+void showText(QLineEdit& edit, const QString& text) {
+    edit.setText(text);
+    edit.setCursorPosition(0);
+}
+
 QWidget* makeCombo(QDialog& dialog, const DialogItemTemplate& item) {
     auto* combo = new QComboBox(&dialog);
     // Editable drop-down: the edit part takes text, but only a choice from
@@ -67,6 +75,10 @@ QWidget* makeCombo(QDialog& dialog, const DialogItemTemplate& item) {
         // ends; here typing selects nothing.
         QObject::disconnect(edit, &QLineEdit::returnPressed, combo, nullptr);
         QObject::disconnect(edit, &QLineEdit::editingFinished, combo, nullptr);
+        // The edit part shows a chosen entry from its beginning, as a field
+        // does.
+        QObject::connect(combo, &QComboBox::currentIndexChanged, edit,
+                         [edit] { edit->setCursorPosition(0); });
     }
     return combo;
 }
@@ -230,7 +242,7 @@ void DataExchange::text(int id, CString& value) {
     if (m_save) {
         value = fromQString(edit->text());
     } else {
-        edit->setText(toQString(value));
+        showText(*edit, toQString(value));
     }
 }
 
@@ -240,7 +252,7 @@ void DataExchange::number(int id, double& value) {
         return;
     }
     if (!m_save) {
-        edit->setText(formatNumber(value));
+        showText(*edit, formatNumber(value));
         return;
     }
     const std::optional<double> parsed = parseNumber(edit->text());
