@@ -4,7 +4,7 @@
 // Each input stands on its own: a failure is one line naming it (and one
 // JSON entry), the run goes on, and the exit status tells that something
 // failed.
-#include "ToolRunner.h"
+#include "support/ChildRun.h"
 
 #include <fluxgrid/fluxgrid.h>
 

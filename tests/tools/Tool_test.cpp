@@ -6,6 +6,7 @@
 
 #include "support/HardwareRecords.h"
 #include "support/Harness.h"
+#include "support/ProgramRun.h"
 #include "support/ScratchDir.h"
 
 #include <gtest/gtest.h>
@@ -23,11 +24,8 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-extern char** environ;
 
 namespace {
 
@@ -43,74 +41,17 @@ std::string sample(const std::string& name) {
     return (kData / name).string();
 }
 
-struct ToolRun {
-    int status = -1;
-    int signal = 0;
-    std::string out;
-    std::string err;
-};
-
-std::string slurp(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using ToolRun = fluxgrid::test::ProgramRun;
+using fluxgrid::test::linesOf;
+using fluxgrid::test::runProgram;
 
 std::vector<BYTE> bytesOf(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::vector<BYTE>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-// Runs `program` with `args`, standard output and error caught in files.
-ToolRun runProgram(const std::string& program, const std::vector<std::string>& args) {
-    ScratchDir scratch;
-    const std::string outPath = scratch.file("out");
-    const std::string errPath = scratch.file("err");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0644);
-    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0644);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    std::vector<char*> argv;
-    argv.push_back(const_cast<char*>(program.c_str()));
-    for (const std::string& arg : args) {
-        argv.push_back(const_cast<char*>(arg.c_str()));
-    }
-    argv.push_back(nullptr);
-    pid_t pid = 0;
-    ToolRun run;
-    const int spawned = posix_spawn(&pid, program.c_str(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0) {
-        run.err = "cannot start " + program;
-        return run;
-    }
-    int wstatus = 0;
-    waitpid(pid, &wstatus, 0);
-    if (WIFEXITED(wstatus)) {
-        run.status = WEXITSTATUS(wstatus);
-    } else if (WIFSIGNALED(wstatus)) {
-        run.signal = WTERMSIG(wstatus);
-    }
-    run.out = slurp(outPath);
-    run.err = slurp(errPath);
-    return run;
-}
-
 ToolRun tool(const std::vector<std::string>& args) {
     return runProgram(kTool, args);
-}
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
 }
 
 // ---------------------------------------------------------------------------
@@ -853,7 +794,7 @@ TEST(ToolLayout, SfpAndElcExportsHoldEveryRowExactly) {
     ScratchDir scratch;
     const std::string sfpPath = scratch.file("net.sfp");
     ASSERT_EQ(tool({"layout", "export", "eegNet260", "--format", "sfp", "-o", sfpPath}).status, 0);
-    const auto sfp = linesOf(slurp(sfpPath));
+    const auto sfp = linesOf(fluxgrid::test::slurpText(sfpPath));
     ASSERT_EQ(sfp.size(), 260u);
     for (int i = 0; i < 260; ++i) {
         const auto f = fieldsOf(sfp[i], '\t');
@@ -909,7 +850,7 @@ TEST(ToolLayout, EveryPlotIsValidXmlAndRendersToPng) {
         const ToolRun plot = tool({"layout", "plot", table, "-o", svg});
         ASSERT_EQ(plot.status, 0) << plot.err;
         EXPECT_EQ(plot.out, "wrote " + svg + "\n");
-        const std::string text = slurp(svg);
+        const std::string text = fluxgrid::test::slurpText(svg);
         // One marker and one label per row.
         std::size_t titles = 0;
         for (std::size_t at = text.find("</title></circle>"); at != std::string::npos;
