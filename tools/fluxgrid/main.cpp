@@ -10,10 +10,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -39,17 +41,26 @@ int main(int argc, char** argv) {
     info->add_option("FILE", files, "Files to look into")->required();
     info->add_flag("--json", json, "Print every field of every object as one JSON array");
 
-    std::optional<std::string> outDir;
+    MigrateOptions migrateOptions;
+    migrateOptions.jobs = std::max(1u, std::thread::hardware_concurrency());
     bool inPlace = false;
     std::string fault;
     auto* migrate = app.add_subcommand(
         "migrate", "Load sensor files of any accepted version and store them as the newest");
     migrate->add_option("FILE", files, "Sensor files to migrate")->required();
-    auto* outDirOption =
-        migrate->add_option("--out-dir", outDir, "Write the migrated files into this folder");
-    auto* inPlaceOption =
-        migrate->add_flag("--in-place", inPlace, "Replace each file by its migrated form");
+    auto* outDirOption = migrate->add_option("--out-dir", migrateOptions.outDir,
+                                             "Write the migrated files into this folder");
+    auto* inPlaceOption = migrate->add_flag(
+        "--in-place", inPlace,
+        "Replace each file by its migrated form, keeping its permissions, owner, group and "
+        "extended attributes; a symbolic link is followed to its target");
     outDirOption->excludes(inPlaceOption);
+    migrate
+        ->add_option("-j,--jobs", migrateOptions.jobs, "Files worked on at once (default: cores)")
+        ->check(CLI::Range(1u, 1024u));
+    migrate->add_flag("--break-hardlinks", migrateOptions.breakHardLinks,
+                      "Replace a file with several hard links, which then keep the old content; "
+                      "by default such a file is left alone");
     // For tests only: makes every write fail after a number of bytes, by a
     // crash ("kill:N") or a full disk ("nospace:N").
     migrate->add_option("--inject-write-fault", fault)->group("");
@@ -83,7 +94,7 @@ int main(int argc, char** argv) {
 
     try {
         app.parse(argc, argv);
-        if (migrate->parsed() && !outDir && !inPlace) {
+        if (migrate->parsed() && !migrateOptions.outDir && !inPlace) {
             throw CLI::ValidationError("migrate", "one of --out-dir DIR or --in-place is required");
         }
         if (!fault.empty()) {
@@ -98,12 +109,13 @@ int main(int argc, char** argv) {
         return code == 0 ? 0 : kUsage;
     }
 
+    fluxgrid::removeTemporariesOnSignals();
     try {
         if (info->parsed()) {
             return runInfo(files, json);
         }
         if (migrate->parsed()) {
-            return runMigrate(files, outDir);
+            return runMigrate(files, migrateOptions);
         }
         if (list->parsed()) {
             return runLayoutList();
