@@ -76,46 +76,43 @@ int finalTarget(const fs::path& path, fs::path& target) {
     return ELOOP;
 }
 
-// Writes all of `bytes`, honouring the fault; 0 or an errno value.
-int writeAll(int fd, std::span<const BYTE> bytes, const WriteFault& fault) {
-    constexpr std::size_t kChunk = 4096;
-    std::size_t written = 0;
-    bool struck = false;
-    while (written < bytes.size()) {
-        std::size_t count = std::min(kChunk, bytes.size() - written);
-        const bool strikes =
-            !struck && fault.kind != WriteFault::Kind::none && written + count > fault.afterBytes;
-        if (strikes) {
-            count = fault.afterBytes > written ? fault.afterBytes - written : 0;
-        }
-        while (count > 0) {
-            const ssize_t n = ::write(fd, bytes.data() + written, count);
-            if (n < 0) {
-                if (errno == EINTR) {
-                    continue;
-                }
-                return errno;
+// Writes all of `bytes`, in one call where the system takes them so; 0 or
+// an errno value.
+int writeAll(int fd, std::span<const BYTE> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t n = ::write(fd, bytes.data(), bytes.size());
+        if (n < 0) {
+            if (errno == EINTR) {
+                continue;
             }
-            written += static_cast<std::size_t>(n);
-            count -= static_cast<std::size_t>(n);
+            return errno;
         }
-        if (strikes) {
-            struck = true;
-            switch (fault.kind) {
-                case WriteFault::Kind::kill:
-                    // As a crash: no handler, no cleanup, no flush.
-                    ::raise(SIGKILL);
-                    break;
-                case WriteFault::Kind::stop:
-                    ::raise(SIGSTOP);
-                    break;
-                case WriteFault::Kind::noSpace:
-                case WriteFault::Kind::none:
-                    return ENOSPC;
-            }
-        }
+        bytes = bytes.subspan(static_cast<std::size_t>(n));
     }
     return 0;
+}
+
+// `writeAll`, with the fault striking once its count of bytes is written.
+int writeAll(int fd, std::span<const BYTE> bytes, const WriteFault& fault) {
+    if (fault.kind == WriteFault::Kind::none || bytes.size() <= fault.afterBytes) {
+        return writeAll(fd, bytes);
+    }
+    if (const int error = writeAll(fd, bytes.first(fault.afterBytes)); error != 0) {
+        return error;
+    }
+    switch (fault.kind) {
+        case WriteFault::Kind::kill:
+            // As a crash: no handler, no cleanup, no flush.
+            ::raise(SIGKILL);
+            break;
+        case WriteFault::Kind::stop:
+            ::raise(SIGSTOP);
+            return writeAll(fd, bytes.subspan(fault.afterBytes));
+        case WriteFault::Kind::noSpace:
+        case WriteFault::Kind::none:
+            break;
+    }
+    return ENOSPC;
 }
 
 // Copies the extended attributes of the file `from` onto `to`. Those that
@@ -330,17 +327,25 @@ std::vector<FileResult<std::size_t>> AtomicWriteBatch::commit() {
     State& state = *m_state;
     const std::lock_guard<std::mutex> lock(state.mutex);
     std::vector<int> errors(state.staged.size(), 0);
-    // Many files: one flush of each file system writes them all, and the
-    // flush of each file after it finds nothing left to write but still
-    // reports the file's own errors. One file: its flush alone.
+    // Many files: one flush of each file system writes them all (and
+    // reports the errors of its write-back since the folder was opened).
+    // Where that fails, and for a single file, each file is flushed alone.
     const auto pending = std::count_if(state.staged.begin(), state.staged.end(),
                                        [](const Staged& staged) { return !staged.done; });
+    std::set<int> flushed;
     if (pending > 1) {
-        std::set<dev_t> synced;
+        std::map<dev_t, bool> synced;
         for (const auto& [name, fd] : state.folders) {
             struct stat status {};
-            if (::fstat(fd, &status) == 0 && synced.insert(status.st_dev).second) {
-                ::syncfs(fd);
+            if (::fstat(fd, &status) != 0) {
+                continue;
+            }
+            const auto [device, first] = synced.emplace(status.st_dev, false);
+            if (first) {
+                device->second = ::syncfs(fd) == 0;
+            }
+            if (device->second) {
+                flushed.insert(fd);
             }
         }
     }
@@ -351,7 +356,7 @@ std::vector<FileResult<std::size_t>> AtomicWriteBatch::commit() {
             continue;
         }
         int& error = errors[i];
-        if (::fsync(staged.temporary.fd) != 0) {
+        if (!flushed.contains(staged.folder) && ::fsync(staged.temporary.fd) != 0) {
             error = errno;
         }
         if (::close(staged.temporary.fd) != 0 && error == 0) {

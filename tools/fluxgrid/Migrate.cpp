@@ -17,6 +17,7 @@
 #include <span>
 #include <thread>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fluxgrid::tool {
@@ -106,7 +107,7 @@ Migration failure(FileError error) {
 
 // Loads the file and stores it as the newest version in memory, checked by
 // loading it back; everything up to the write.
-Migration prepare(const std::string& path, const std::optional<std::string>& outDir) {
+Migration prepare(const std::string& path, const std::string& target, bool toOtherFile) {
     // Through the sensor entry whatever the magic says, so that a file of
     // another kind is refused in the library's own words.
     FileResult<LoadedFile> loaded = loadFile(path, LoadOptions{.as = FileKind::sensor});
@@ -122,8 +123,8 @@ Migration prepare(const std::string& path, const std::optional<std::string>& out
     Migration migration;
     migration.outcome = loaded->version == newest ? Outcome::current : Outcome::migrated;
     migration.fromVersion = loaded->version;
-    migration.target = outDir ? (fs::path(*outDir) / fs::path(path).filename()).string() : path;
-    if (migration.outcome == Outcome::current && !outDir) {
+    migration.target = target;
+    if (migration.outcome == Outcome::current && !toOtherFile) {
         return migration;
     }
     FileResult<std::vector<BYTE>> out = storeBytes(sensor);
@@ -152,38 +153,55 @@ Migration prepare(const std::string& path, const std::optional<std::string>& out
     return migration;
 }
 
-Migration prepareCaught(const std::string& path, const std::optional<std::string>& outDir) {
+Migration prepareCaught(const std::string& path, const std::string& target, bool toOtherFile) {
     try {
-        return prepare(path, outDir);
+        return prepare(path, target, toOtherFile);
     } catch (const std::exception& e) {
         return failure(path, e.what());
     }
 }
 
-// Fails the migrations whose target an earlier one of the run already has.
-void refuseSharedTargets(std::span<const std::string> files, std::span<Migration> migrations,
-                         std::set<std::string>& targets) {
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        Migration& migration = migrations[i];
-        if (migration.outcome == Outcome::failed) {
-            continue;
-        }
-        std::error_code ignored;
-        const fs::path canonical = fs::weakly_canonical(migration.target, ignored);
-        const std::string key = canonical.empty() ? migration.target : canonical.string();
-        if (!targets.insert(key).second) {
-            migration = failure(files[i], "another input already goes to " + migration.target);
-        }
+// What tells two targets apart: the file an existing one is, whatever the
+// links that lead to it; else the name.
+std::string identityOf(const std::string& target) {
+    struct stat status {};
+    if (::stat(target.c_str(), &status) == 0) {
+        return "file " + std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
     }
+    std::error_code ignored;
+    return "name " + fs::absolute(target, ignored).lexically_normal().string();
 }
 
-// Writes the migrations that have bytes, as one batch.
-void write(std::span<const std::string> files, std::span<Migration> migrations,
-           const MigrateOptions& options) {
+std::string targetOf(const std::string& path, const MigrateOptions& options) {
+    return options.outDir ? (fs::path(*options.outDir) / fs::path(path).filename()).string() : path;
+}
+
+// Migrates a batch of files: each is loaded, stored, checked and written
+// to its temporary by one of the jobs, and the batch then renames them all
+// into place after one shared flush. A file whose target an earlier input
+// of the run already has is refused before any work.
+std::vector<Migration> migrateBatch(std::span<const std::string> files,
+                                    const MigrateOptions& options, std::set<std::string>& targets,
+                                    Progress& progress) {
+    std::vector<Migration> migrations(files.size());
+    std::vector<bool> refused(files.size(), false);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const std::string target = targetOf(files[i], options);
+        if (!targets.insert(identityOf(target)).second) {
+            migrations[i] = failure(files[i], "another input already goes to " + target);
+            refused[i] = true;
+        }
+    }
     AtomicWriteBatch batch(WriteOptions{.breakHardLinks = options.breakHardLinks});
-    std::vector<std::optional<std::size_t>> places(migrations.size());
-    forEachIndex(migrations.size(), options.jobs, [&](std::size_t i) {
+    std::vector<std::optional<std::size_t>> places(files.size());
+    forEachIndex(files.size(), options.jobs, [&](std::size_t i) {
+        if (refused[i]) {
+            return;
+        }
+        progress.step(files[i]);
         Migration& migration = migrations[i];
+        migration =
+            prepareCaught(files[i], targetOf(files[i], options), options.outDir.has_value());
         if (migration.outcome == Outcome::failed || migration.bytes.empty()) {
             return;
         }
@@ -195,11 +213,12 @@ void write(std::span<const std::string> files, std::span<Migration> migrations,
         }
     });
     std::vector<FileResult<std::size_t>> written = batch.commit();
-    for (std::size_t i = 0; i < migrations.size(); ++i) {
+    for (std::size_t i = 0; i < files.size(); ++i) {
         if (places[i] && !written[*places[i]]) {
             migrations[i] = failure(files[i], written[*places[i]].error().message);
         }
     }
+    return migrations;
 }
 
 std::string lineOf(const std::string& path, const Migration& migration) {
@@ -235,13 +254,7 @@ int runMigrate(const std::vector<std::string>& files, const MigrateOptions& opti
     for (std::size_t first = 0; first < files.size(); first += kBatchFiles) {
         const std::span<const std::string> batch(files.begin() + static_cast<std::ptrdiff_t>(first),
                                                  std::min(kBatchFiles, files.size() - first));
-        std::vector<Migration> migrations(batch.size());
-        forEachIndex(batch.size(), options.jobs, [&](std::size_t i) {
-            progress.step(batch[i]);
-            migrations[i] = prepareCaught(batch[i], options.outDir);
-        });
-        refuseSharedTargets(batch, migrations, targets);
-        write(batch, migrations, options);
+        const std::vector<Migration> migrations = migrateBatch(batch, options, targets, progress);
         progress.clear();
         for (std::size_t i = 0; i < batch.size(); ++i) {
             const Migration& migration = migrations[i];
