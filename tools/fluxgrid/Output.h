@@ -22,8 +22,8 @@ void printFailure(const FileError& error, std::string_view tail = {});
 /// status: 0, or 1 after printing why the write failed.
 int writeText(const std::string& text, const std::string& out);
 
-/// "kill:N" or "nospace:N" as the fault it names; nothing for any other
-/// text.
+/// "kill:N", "nospace:N" or "stop:N" as the fault it names; nothing for
+/// any other text.
 std::optional<WriteFault> parseWriteFault(std::string_view text);
 
 }  // namespace fluxgrid::tool

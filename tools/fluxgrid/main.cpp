@@ -62,7 +62,8 @@ int main(int argc, char** argv) {
                       "Replace a file with several hard links, which then keep the old content; "
                       "by default such a file is left alone");
     // For tests only: makes every write fail after a number of bytes, by a
-    // crash ("kill:N") or a full disk ("nospace:N").
+    // crash ("kill:N") or a full disk ("nospace:N"), or stops the process
+    // there ("stop:N") so that a test can signal it.
     migrate->add_option("--inject-write-fault", fault)->group("");
 
     std::string table;
@@ -100,7 +101,8 @@ int main(int argc, char** argv) {
         if (!fault.empty()) {
             const std::optional<fluxgrid::WriteFault> parsed = parseWriteFault(fault);
             if (!parsed) {
-                throw CLI::ValidationError("--inject-write-fault", "expects kill:N or nospace:N");
+                throw CLI::ValidationError("--inject-write-fault",
+                                           "expects kill:N, nospace:N or stop:N");
             }
             fluxgrid::setWriteFault(*parsed);
         }
