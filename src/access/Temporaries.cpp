@@ -19,6 +19,8 @@
 #include <random>
 #include <set>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include <dirent.h>
@@ -200,15 +202,23 @@ std::vector<std::string> removeStale(int folder) {
 }
 
 void sweepOnce(int folder) {
-    static std::mutex mutex;
-    static std::set<std::pair<dev_t, ino_t>> swept;
-    struct stat status {};
-    if (::fstat(folder, &status) != 0) {
+    // A folder is told by its file system, inode and time of birth, so that
+    // one made later under a reused inode number is swept again. Where the
+    // file system keeps no time of birth, the time of its last change
+    // stands in: such a folder is swept again after every change.
+    struct statx status {};
+    if (::statx(folder, "", AT_EMPTY_PATH, STATX_INO | STATX_BTIME | STATX_CTIME, &status) != 0) {
         return;
     }
+    const statx_timestamp born =
+        (status.stx_mask & STATX_BTIME) != 0 ? status.stx_btime : status.stx_ctime;
+    const auto key = std::make_tuple(status.stx_dev_major, status.stx_dev_minor, status.stx_ino,
+                                     born.tv_sec, born.tv_nsec);
+    static std::mutex mutex;
+    static std::set<std::remove_const_t<decltype(key)>> swept;
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (!swept.insert({status.st_dev, status.st_ino}).second) {
+        if (!swept.insert(key).second) {
             return;
         }
     }
