@@ -145,7 +145,7 @@ int copyAttributes(const char* from, int to) {
             return errno;
         }
         if (::fsetxattr(to, name, value.data(), static_cast<std::size_t>(got), 0) != 0 &&
-            errno != EPERM && errno != ENOTSUP) {
+            errno != EPERM && errno != EACCES && errno != ENOTSUP) {
             return errno;
         }
     }
