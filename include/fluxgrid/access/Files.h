@@ -311,10 +311,13 @@ FileResult<std::size_t> writeFileAtomically(const std::filesystem::path& path,
 
 /// Atomic writes of many files that share their flushes to the disk. Each
 /// `add` writes its temporary file at once, from any number of threads;
-/// `commit` then flushes them all to the disk together, renames each over
-/// its target and flushes each folder once, so that every file is on the
-/// disk before its name shows it. A batch destroyed before `commit` removes
-/// its temporaries and leaves every target as it was.
+/// `commit` then flushes them all to the disk together (one flush of each
+/// file system they lie on, or of the file alone when it is the only one),
+/// renames each over its target and flushes each folder once, so that every
+/// file is on the disk before its name shows it. Each temporary stays open
+/// until the commit: keep batches to some hundreds of files. A batch
+/// destroyed before `commit` removes its temporaries and leaves every
+/// target as it was.
 ///
 /// ```cpp
 /// fluxgrid::AtomicWriteBatch batch;
@@ -363,7 +366,8 @@ class AtomicWriteBatch {
 std::vector<std::string> removeStaleTemporaries(const std::filesystem::path& folder);
 
 /// Removes the temporary files of every atomic write in flight in this
-/// process. Makes only async-signal-safe calls: meant for a signal handler.
+/// process (the first 1024 at once; any beyond are left to a later run's
+/// sweep). Makes only async-signal-safe calls: meant for a signal handler.
 void removeTemporariesInFlight() noexcept;
 
 /// Handles SIGINT, SIGTERM and SIGHUP by removing the temporary files in
