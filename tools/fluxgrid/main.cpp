@@ -59,8 +59,8 @@ int main(int argc, char** argv) {
         ->add_option("-j,--jobs", migrateOptions.jobs, "Files worked on at once (default: cores)")
         ->check(CLI::Range(1u, 1024u));
     migrate->add_flag("--break-hardlinks", migrateOptions.breakHardLinks,
-                      "Replace a file with several hard links, which then keep the old content; "
-                      "by default such a file is left alone");
+                      "Replace a file that has several hard links anyway (its other names keep "
+                      "the old content); by default such a file is left alone");
     // For tests only: makes every write fail after a number of bytes, by a
     // crash ("kill:N") or a full disk ("nospace:N"), or stops the process
     // there ("stop:N") so that a test can signal it.
