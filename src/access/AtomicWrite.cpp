@@ -1,19 +1,24 @@
 // Atomic writes: a hidden temporary file beside the file that is finally
 // written, flushed to the disk and renamed over it, so that the name only
-// ever shows the old content or the whole new one.
+// ever shows the old content or the whole new one. Devices and FIFOs are
+// written straight into. A batch shares one flush among many files.
+#include "Temporaries.h"
+
 #include <fluxgrid/access/Files.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <map>
 #include <mutex>
-#include <random>
+#include <set>
 #include <string>
 #include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace fluxgrid {
@@ -38,13 +43,15 @@ WriteFault currentFault() {
     return slot.fault;
 }
 
-FileError writeFailure(const fs::path& path, const char* what, int error) {
+FileError writeFailure(const fs::path& path, const std::string& what, int error) {
     FileError failure;
     failure.failure = FileFailure::writeError;
     failure.file = path.string();
     failure.message = what;
-    failure.message += ": ";
-    failure.message += std::strerror(error);
+    if (error != 0) {
+        failure.message += ": ";
+        failure.message += std::strerror(error);
+    }
     return failure;
 }
 
@@ -69,69 +76,322 @@ int finalTarget(const fs::path& path, fs::path& target) {
     return ELOOP;
 }
 
-// Creates a hidden file ".NAME.fluxgrid-XXXXXX" beside `target`, with the
-// permissions a new file gets there (the kernel applies the umask, so the
-// process-wide umask is never changed under other threads).
-int createTemporary(const fs::path& target, std::string& temporary) {
-    static constexpr char kLetters[] =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-    thread_local std::minstd_rand random(std::random_device{}());
-    std::uniform_int_distribution<std::size_t> letter(0, sizeof kLetters - 2);
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    std::string hidden(1, '.');
-    hidden += target.filename().string();
-    hidden += ".fluxgrid-";
-    constexpr int kAttempts = 100;
-    for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        std::string name = hidden;
-        for (int i = 0; i < 6; ++i) {
-            name += kLetters[letter(random)];
+// Writes all of `bytes`, in one call where the system takes them so; 0 or
+// an errno value.
+int writeAll(int fd, std::span<const BYTE> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t n = ::write(fd, bytes.data(), bytes.size());
+        if (n < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return errno;
         }
-        temporary = (folder / name).string();
-        const int fd =
-            ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
-        if (fd >= 0 || errno != EEXIST) {
-            return fd;
-        }
+        bytes = bytes.subspan(static_cast<std::size_t>(n));
     }
-    errno = EEXIST;
-    return -1;
+    return 0;
 }
 
-// Writes all of `bytes`, honouring the fault; 0 or an errno value.
+// `writeAll`, with the fault striking once its count of bytes is written.
 int writeAll(int fd, std::span<const BYTE> bytes, const WriteFault& fault) {
-    constexpr std::size_t kChunk = 4096;
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        std::size_t count = std::min(kChunk, bytes.size() - written);
-        const bool strikes =
-            fault.kind != WriteFault::Kind::none && written + count > fault.afterBytes;
-        if (strikes) {
-            count = fault.afterBytes > written ? fault.afterBytes - written : 0;
-        }
-        while (count > 0) {
-            const ssize_t n = ::write(fd, bytes.data() + written, count);
-            if (n < 0) {
-                if (errno == EINTR) {
-                    continue;
-                }
-                return errno;
+    if (fault.kind == WriteFault::Kind::none || bytes.size() <= fault.afterBytes) {
+        return writeAll(fd, bytes);
+    }
+    if (const int error = writeAll(fd, bytes.first(fault.afterBytes)); error != 0) {
+        return error;
+    }
+    switch (fault.kind) {
+        case WriteFault::Kind::kill:
+            // As a crash: no handler, no cleanup, no flush.
+            ::raise(SIGKILL);
+            break;
+        case WriteFault::Kind::stop:
+            ::raise(SIGSTOP);
+            return writeAll(fd, bytes.subspan(fault.afterBytes));
+        case WriteFault::Kind::noSpace:
+        case WriteFault::Kind::none:
+            break;
+    }
+    return ENOSPC;
+}
+
+// Copies the extended attributes of the file `from` onto `to`. Those that
+// this process may not set, or that the file system cannot hold, are left
+// out. 0, or an errno value.
+int copyAttributes(const char* from, int to) {
+    const ssize_t listSize = ::llistxattr(from, nullptr, 0);
+    if (listSize < 0) {
+        return errno == ENOTSUP ? 0 : errno;
+    }
+    std::string names(static_cast<std::size_t>(listSize), '\0');
+    const ssize_t listed = ::llistxattr(from, names.data(), names.size());
+    if (listed < 0) {
+        return errno;
+    }
+    names.resize(static_cast<std::size_t>(listed));
+    std::string value;
+    for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+        const char* name = names.c_str() + at;
+        const ssize_t size = ::lgetxattr(from, name, nullptr, 0);
+        if (size < 0) {
+            if (errno == ENODATA) {
+                continue;
             }
-            written += static_cast<std::size_t>(n);
-            count -= static_cast<std::size_t>(n);
+            return errno;
         }
-        if (strikes) {
-            if (fault.kind == WriteFault::Kind::kill) {
-                // As a crash: no handler, no cleanup, no flush.
-                ::raise(SIGKILL);
-            }
-            return ENOSPC;
+        value.resize(static_cast<std::size_t>(size));
+        const ssize_t got = ::lgetxattr(from, name, value.data(), value.size());
+        if (got < 0) {
+            return errno;
+        }
+        if (::fsetxattr(to, name, value.data(), static_cast<std::size_t>(got), 0) != 0 &&
+            errno != EPERM && errno != EACCES && errno != ENOTSUP) {
+            return errno;
         }
     }
     return 0;
 }
 
+// Gives the temporary `fd` the owner, group, extended attributes and
+// permissions of the file it replaces. The owner first, because a change of
+// owner clears the set-user-id bit. 0, or an errno value.
+int keepMetadata(const fs::path& target, const struct stat& existing, int fd) {
+    struct stat fresh {};
+    if (::fstat(fd, &fresh) != 0) {
+        return errno;
+    }
+    if ((fresh.st_uid != existing.st_uid || fresh.st_gid != existing.st_gid) &&
+        ::fchown(fd, existing.st_uid, existing.st_gid) != 0) {
+        // Not allowed to give the file away: keep at least the group, where
+        // the process belongs to it.
+        if (errno != EPERM ||
+            (::fchown(fd, static_cast<uid_t>(-1), existing.st_gid) != 0 && errno != EPERM)) {
+            return errno;
+        }
+    }
+    if (const int error = copyAttributes(target.c_str(), fd); error != 0) {
+        return error;
+    }
+    return ::fchmod(fd, existing.st_mode & 07777) == 0 ? 0 : errno;
+}
+
+// Writes straight into a device or FIFO, which is never replaced.
+FileResult<std::size_t> writeInto(const fs::path& path, std::span<const BYTE> bytes,
+                                  const WriteFault& fault) {
+    const int fd = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0) {
+        return writeFailure(path, "cannot write", errno);
+    }
+    int error = writeAll(fd, bytes, fault);
+    if (::close(fd) != 0 && error == 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        return writeFailure(path, "cannot write", error);
+    }
+    return bytes.size();
+}
+
+// One file of a batch, written to its temporary and waiting for the flush.
+struct Staged {
+    fs::path path;
+    int folder = -1;
+    std::string targetName;
+    access::Temporary temporary;
+    std::size_t size = 0;
+    /// Written straight into a device or FIFO: nothing is left to do.
+    bool done = false;
+};
+
+// Closes and removes the temporary of `staged`; it is then off the list.
+void discard(Staged& staged) {
+    if (staged.temporary.fd >= 0) {
+        ::close(staged.temporary.fd);
+        staged.temporary.fd = -1;
+    }
+    if (!staged.temporary.name.empty()) {
+        ::unlinkat(staged.folder, staged.temporary.name.c_str(), 0);
+    }
+    access::releaseTemporary(staged.temporary);
+}
+
 }  // namespace
+
+struct AtomicWriteBatch::State {
+    WriteOptions options;
+    std::mutex mutex;
+    /// The open folders of the batch's targets, by name.
+    std::map<std::string, int> folders;
+    std::vector<Staged> staged;
+
+    // The open folder `name`, opened on first use; its stale temporaries
+    // are swept the first time the process writes there. -1 and errno on
+    // failure.
+    int folder(const std::string& name) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (const auto found = folders.find(name); found != folders.end()) {
+            return found->second;
+        }
+        const int fd = ::open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (fd >= 0) {
+            folders.emplace(name, fd);
+            access::sweepOnce(fd);
+        }
+        return fd;
+    }
+
+    std::size_t keep(Staged staged) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        this->staged.push_back(std::move(staged));
+        return this->staged.size() - 1;
+    }
+
+    void closeFolders() {
+        for (const auto& [name, fd] : folders) {
+            ::close(fd);
+        }
+        folders.clear();
+    }
+};
+
+AtomicWriteBatch::AtomicWriteBatch(const WriteOptions& options)
+    : m_state(std::make_unique<State>()) {
+    m_state->options = options;
+}
+
+AtomicWriteBatch::~AtomicWriteBatch() {
+    for (Staged& staged : m_state->staged) {
+        if (!staged.done) {
+            discard(staged);
+        }
+    }
+    m_state->closeFolders();
+}
+
+FileResult<std::size_t> AtomicWriteBatch::add(const std::filesystem::path& path,
+                                              std::span<const BYTE> bytes) {
+    const WriteFault fault = currentFault();
+    Staged staged;
+    staged.path = path;
+    staged.size = bytes.size();
+    // The kernel's own view, which also resolves /dev/stdout and the like.
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        if (S_ISDIR(status.st_mode)) {
+            return writeFailure(path, "cannot write", EISDIR);
+        }
+        FileResult<std::size_t> written = writeInto(path, bytes, fault);
+        if (!written) {
+            return written;
+        }
+        staged.done = true;
+        return m_state->keep(std::move(staged));
+    }
+    fs::path target;
+    if (const int error = finalTarget(path, target); error != 0) {
+        return writeFailure(path, "cannot write", error);
+    }
+    staged.targetName = target.filename().string();
+    if (staged.targetName.empty()) {
+        return writeFailure(path, "cannot write", EISDIR);
+    }
+    staged.folder = m_state->folder(target.has_parent_path() ? target.parent_path().string() : ".");
+    if (staged.folder < 0) {
+        return writeFailure(path, "cannot create a temporary file", errno);
+    }
+    struct stat existing {};
+    const bool exists =
+        ::fstatat(staged.folder, staged.targetName.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0;
+    if (exists && existing.st_nlink > 1 && !m_state->options.breakHardLinks) {
+        return writeFailure(path,
+                            "has " + std::to_string(existing.st_nlink) +
+                                " hard links; replacing it would split them",
+                            0);
+    }
+    staged.temporary = access::createTemporary(staged.folder);
+    if (staged.temporary.fd < 0) {
+        return writeFailure(path, "cannot create a temporary file", errno);
+    }
+    int error = exists ? keepMetadata(target, existing, staged.temporary.fd) : 0;
+    if (error == 0) {
+        error = writeAll(staged.temporary.fd, bytes, fault);
+    }
+    if (error != 0) {
+        discard(staged);
+        return writeFailure(path, "cannot write", error);
+    }
+    return m_state->keep(std::move(staged));
+}
+
+std::vector<FileResult<std::size_t>> AtomicWriteBatch::commit() {
+    State& state = *m_state;
+    const std::lock_guard<std::mutex> lock(state.mutex);
+    std::vector<int> errors(state.staged.size(), 0);
+    // Many files: one flush of each file system writes them all (and
+    // reports the errors of its write-back since the folder was opened).
+    // Where that fails, and for a single file, each file is flushed alone.
+    const auto pending = std::count_if(state.staged.begin(), state.staged.end(),
+                                       [](const Staged& staged) { return !staged.done; });
+    std::set<int> flushed;
+    if (pending > 1) {
+        std::map<dev_t, bool> synced;
+        for (const auto& [name, fd] : state.folders) {
+            struct stat status {};
+            if (::fstat(fd, &status) != 0) {
+                continue;
+            }
+            const auto [device, first] = synced.emplace(status.st_dev, false);
+            if (first) {
+                device->second = ::syncfs(fd) == 0;
+            }
+            if (device->second) {
+                flushed.insert(fd);
+            }
+        }
+    }
+    std::set<int> renamedIn;
+    for (std::size_t i = 0; i < state.staged.size(); ++i) {
+        Staged& staged = state.staged[i];
+        if (staged.done) {
+            continue;
+        }
+        int& error = errors[i];
+        if (!flushed.contains(staged.folder) && ::fsync(staged.temporary.fd) != 0) {
+            error = errno;
+        }
+        if (::close(staged.temporary.fd) != 0 && error == 0) {
+            error = errno;
+        }
+        staged.temporary.fd = -1;
+        if (error == 0 && ::renameat(staged.folder, staged.temporary.name.c_str(), staged.folder,
+                                     staged.targetName.c_str()) != 0) {
+            error = errno;
+        }
+        if (error != 0) {
+            discard(staged);
+            continue;
+        }
+        access::releaseTemporary(staged.temporary);
+        renamedIn.insert(staged.folder);
+    }
+    // The renames themselves reach the disk with their folders.
+    for (const int folder : renamedIn) {
+        ::fsync(folder);
+    }
+    std::vector<FileResult<std::size_t>> results;
+    results.reserve(state.staged.size());
+    for (std::size_t i = 0; i < state.staged.size(); ++i) {
+        const Staged& staged = state.staged[i];
+        if (errors[i] != 0) {
+            results.emplace_back(writeFailure(staged.path, "cannot write", errors[i]));
+        } else {
+            results.emplace_back(staged.size);
+        }
+    }
+    state.staged.clear();
+    state.closeFolders();
+    return results;
+}
 
 void setWriteFault(const WriteFault& fault) {
     FaultSlot& slot = faultSlot();
@@ -140,46 +400,14 @@ void setWriteFault(const WriteFault& fault) {
 }
 
 FileResult<std::size_t> writeFileAtomically(const std::filesystem::path& path,
-                                            std::span<const BYTE> bytes) {
-    const WriteFault fault = currentFault();
-    fs::path target;
-    if (const int error = finalTarget(path, target); error != 0) {
-        return writeFailure(path, "cannot write", error);
+                                            std::span<const BYTE> bytes,
+                                            const WriteOptions& options) {
+    AtomicWriteBatch batch(options);
+    FileResult<std::size_t> added = batch.add(path, bytes);
+    if (!added) {
+        return added;
     }
-    std::string temporary;
-    const int fd = createTemporary(target, temporary);
-    if (fd < 0) {
-        return writeFailure(path, "cannot create a temporary file", errno);
-    }
-    int error = 0;
-    struct stat existing {};
-    if (::stat(target.c_str(), &existing) == 0 && ::fchmod(fd, existing.st_mode & 07777) != 0) {
-        error = errno;
-    }
-    if (error == 0) {
-        error = writeAll(fd, bytes, fault);
-    }
-    if (error == 0 && ::fsync(fd) != 0) {
-        error = errno;
-    }
-    if (::close(fd) != 0 && error == 0) {
-        error = errno;
-    }
-    if (error == 0 && ::rename(temporary.c_str(), target.c_str()) != 0) {
-        error = errno;
-    }
-    if (error != 0) {
-        ::unlink(temporary.c_str());
-        return writeFailure(path, "cannot write", error);
-    }
-    // The rename itself reaches the disk with the folder.
-    const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
-    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dir >= 0) {
-        ::fsync(dir);
-        ::close(dir);
-    }
-    return bytes.size();
+    return std::move(batch.commit().front());
 }
 
 }  // namespace fluxgrid

@@ -230,8 +230,9 @@ TEST(WriteFileAtomically, CrashLeavesTheOldContentUnderTheName) {
     ASSERT_EQ(names.size(), 2u);
     EXPECT_EQ(names.count("target.bin"), 1u);
     const std::string temporary = *names.begin() == "target.bin" ? *names.rbegin() : *names.begin();
-    EXPECT_EQ(temporary.rfind(".target.bin.fluxgrid-", 0), 0u) << temporary;
-    EXPECT_EQ(temporary.size(), std::string(".target.bin.fluxgrid-").size() + 6);
+    const std::string prefix = ".fluxgrid-" + std::to_string(child) + "-";
+    EXPECT_EQ(temporary.rfind(prefix, 0), 0u) << temporary;
+    EXPECT_EQ(temporary.size(), prefix.size() + 6 + std::string(".tmp").size()) << temporary;
     EXPECT_EQ(dir.read(temporary), someBytes(100));
 }
 

@@ -699,7 +699,7 @@ TEST(ToolMigrate, KilledWhileWritingLeavesTheOldFileWhole) {
         }
     }
     ASSERT_EQ(others.size(), 1u);
-    EXPECT_EQ(others[0].rfind(".channel.sensor.fluxgrid-", 0), 0u) << others[0];
+    EXPECT_EQ(others[0].rfind(".fluxgrid-", 0), 0u) << others[0];
     EXPECT_EQ(fs::file_size(scratch.path() / others[0]), 5000u);
 }
 

@@ -5,12 +5,19 @@
 #include <fluxgrid/access/FieldTable.h>
 #include <fluxgrid/access/Files.h>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <iostream>
+#include <mutex>
 #include <set>
+#include <span>
+#include <thread>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fluxgrid::tool {
@@ -19,23 +26,26 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A progress line on a terminal, redrawn at most ten times a second.
+// A progress line on a terminal, redrawn at most ten times a second, as
+// the files of a run are done by any number of threads.
 class Progress {
   public:
     explicit Progress(std::size_t total)
         : m_total(total), m_shown(total > 1 && ::isatty(STDERR_FILENO) == 1) {}
     ~Progress() { clear(); }
 
-    void step(std::size_t done, const std::string& name) {
+    void step(const std::string& name) {
         if (!m_shown) {
             return;
         }
+        const std::lock_guard<std::mutex> lock(m_mutex);
         const auto now = std::chrono::steady_clock::now();
-        if (done != 0 && now - m_last < std::chrono::milliseconds(100)) {
+        ++m_done;
+        if (m_done != 1 && now - m_last < std::chrono::milliseconds(100)) {
             return;
         }
         m_last = now;
-        std::fprintf(stderr, "\r\033[Kmigrating %zu/%zu %s", done + 1, m_total, name.c_str());
+        std::fprintf(stderr, "\r\033[Kmigrating %zu/%zu %s", m_done, m_total, name.c_str());
         std::fflush(stderr);
     }
     // Takes the line away, so that a message can stand on a line of its own.
@@ -49,31 +59,55 @@ class Progress {
   private:
     std::size_t m_total;
     bool m_shown;
+    std::mutex m_mutex;
+    std::size_t m_done = 0;
     std::chrono::steady_clock::time_point m_last{};
 };
 
+// Runs `work(i)` for every `i` below `count` on up to `jobs` threads.
+void forEachIndex(std::size_t count, unsigned jobs, const std::function<void(std::size_t)>& work) {
+    std::atomic<std::size_t> next{0};
+    auto worker = [&] {
+        for (std::size_t i = next++; i < count; i = next++) {
+            work(i);
+        }
+    };
+    std::vector<std::jthread> helpers;
+    for (std::size_t t = 1; t < std::min<std::size_t>(jobs, count); ++t) {
+        helpers.emplace_back(worker);
+    }
+    worker();
+}
+
 enum class Outcome { migrated, current, failed };
 
-struct Result {
-    Outcome outcome;
-    std::string line;
+// One file's migration: the bytes to write and where, or why it failed.
+struct Migration {
+    Outcome outcome = Outcome::failed;
+    std::string target;
+    int fromVersion = 0;
+    /// Empty for a current file that stays as it is.
+    std::vector<BYTE> bytes;
     /// Why it failed, with the boxes the library raised.
     FileError error;
 };
 
-Result failure(const std::string& path, std::string message) {
-    FileError error;
-    error.file = path;
-    error.message = std::move(message);
-    return {Outcome::failed, {}, std::move(error)};
+Migration failure(const std::string& path, std::string message) {
+    Migration migration;
+    migration.error.file = path;
+    migration.error.message = std::move(message);
+    return migration;
 }
 
-Result failure(FileError error) {
-    return {Outcome::failed, {}, std::move(error)};
+Migration failure(FileError error) {
+    Migration migration;
+    migration.error = std::move(error);
+    return migration;
 }
 
-Result migrateOne(const std::string& path, const std::optional<std::string>& outDir,
-                  std::set<std::string>& targets) {
+// Loads the file and stores it as the newest version in memory, checked by
+// loading it back; everything up to the write.
+Migration prepare(const std::string& path, const std::string& target, bool toOtherFile) {
     // Through the sensor entry whatever the magic says, so that a file of
     // another kind is refused in the library's own words.
     FileResult<LoadedFile> loaded = loadFile(path, LoadOptions{.as = FileKind::sensor});
@@ -86,16 +120,12 @@ Result migrateOne(const std::string& path, const std::optional<std::string>& out
     }
     CMEGSensorqv& sensor = *loaded->get<CMEGSensorqv>();
     const int newest = fileKindInfo(FileKind::sensor).written;
-    const bool current = loaded->version == newest;
-    const std::string target =
-        outDir ? (fs::path(*outDir) / fs::path(path).filename()).string() : path;
-    if (!targets.insert(fs::weakly_canonical(target).string()).second) {
-        return failure(path, "another input already goes to " + target);
-    }
-    if (current && !outDir) {
-        return {Outcome::current,
-                "current   " + path + " (version " + std::to_string(newest) + ")",
-                {}};
+    Migration migration;
+    migration.outcome = loaded->version == newest ? Outcome::current : Outcome::migrated;
+    migration.fromVersion = loaded->version;
+    migration.target = target;
+    if (migration.outcome == Outcome::current && !toOtherFile) {
+        return migration;
     }
     FileResult<std::vector<BYTE>> out = storeBytes(sensor);
     if (!out) {
@@ -103,7 +133,7 @@ Result migrateOne(const std::string& path, const std::optional<std::string>& out
     }
     // The output must load as the newest version with the same fields
     // before it may take the place of anything.
-    FileResult<LoadedFile> check = loadBytes(*out, target);
+    FileResult<LoadedFile> check = loadBytes(*out, migration.target);
     if (!check) {
         FileError error = check.error();
         error.file = path;
@@ -119,54 +149,130 @@ Result migrateOne(const std::string& path, const std::optional<std::string>& out
     if (!differences.empty()) {
         return failure(path, "the stored file loads back with a different " + differences.front());
     }
-    FileResult<std::size_t> written = writeFileAtomically(target, *out);
-    if (!written) {
-        return failure(path, written.error().message);
+    migration.bytes = std::move(*out);
+    return migration;
+}
+
+Migration prepareCaught(const std::string& path, const std::string& target, bool toOtherFile) {
+    try {
+        return prepare(path, target, toOtherFile);
+    } catch (const std::exception& e) {
+        return failure(path, e.what());
     }
-    if (current) {
-        return {Outcome::current,
-                "current   " + path + " (version " + std::to_string(newest) + ") -> " + target,
-                {}};
+}
+
+// What tells two targets apart: the file an existing one is, whatever the
+// links that lead to it; else the name.
+std::string identityOf(const std::string& target) {
+    struct stat status {};
+    if (::stat(target.c_str(), &status) == 0) {
+        return "file " + std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
     }
-    return {Outcome::migrated,
-            "migrated  " + path + " (version " + std::to_string(loaded->version) + " -> " +
-                std::to_string(newest) + ") -> " + target,
-            {}};
+    std::error_code ignored;
+    return "name " + fs::absolute(target, ignored).lexically_normal().string();
+}
+
+std::string targetOf(const std::string& path, const MigrateOptions& options) {
+    return options.outDir ? (fs::path(*options.outDir) / fs::path(path).filename()).string() : path;
+}
+
+// Migrates a batch of files: each is loaded, stored, checked and written
+// to its temporary by one of the jobs, and the batch then renames them all
+// into place after one shared flush. A file whose target an earlier input
+// of the run already has is refused before any work.
+std::vector<Migration> migrateBatch(std::span<const std::string> files,
+                                    const MigrateOptions& options, std::set<std::string>& targets,
+                                    Progress& progress) {
+    std::vector<Migration> migrations(files.size());
+    std::vector<bool> refused(files.size(), false);
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const std::string target = targetOf(files[i], options);
+        if (!targets.insert(identityOf(target)).second) {
+            migrations[i] = failure(files[i], "another input already goes to " + target);
+            refused[i] = true;
+        }
+    }
+    AtomicWriteBatch batch(WriteOptions{.breakHardLinks = options.breakHardLinks});
+    std::vector<std::optional<std::size_t>> places(files.size());
+    forEachIndex(files.size(), options.jobs, [&](std::size_t i) {
+        if (refused[i]) {
+            return;
+        }
+        progress.step(files[i]);
+        Migration& migration = migrations[i];
+        migration =
+            prepareCaught(files[i], targetOf(files[i], options), options.outDir.has_value());
+        if (migration.outcome == Outcome::failed || migration.bytes.empty()) {
+            return;
+        }
+        FileResult<std::size_t> added = batch.add(migration.target, migration.bytes);
+        if (added) {
+            places[i] = *added;
+        } else {
+            migration = failure(files[i], added.error().message);
+        }
+    });
+    std::vector<FileResult<std::size_t>> written = batch.commit();
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        if (places[i] && !written[*places[i]]) {
+            migrations[i] = failure(files[i], written[*places[i]].error().message);
+        }
+    }
+    return migrations;
+}
+
+std::string lineOf(const std::string& path, const Migration& migration) {
+    const std::string newest = std::to_string(fileKindInfo(FileKind::sensor).written);
+    if (migration.outcome == Outcome::migrated) {
+        return "migrated  " + path + " (version " + std::to_string(migration.fromVersion) + " -> " +
+               newest + ") -> " + migration.target;
+    }
+    std::string line = "current   " + path + " (version " + newest + ")";
+    if (!migration.bytes.empty()) {
+        line += " -> " + migration.target;
+    }
+    return line;
 }
 
 }  // namespace
 
-int runMigrate(const std::vector<std::string>& files, const std::optional<std::string>& outDir) {
-    if (outDir) {
+int runMigrate(const std::vector<std::string>& files, const MigrateOptions& options) {
+    if (options.outDir) {
         std::error_code error;
-        fs::create_directories(*outDir, error);
-        if (error || !fs::is_directory(*outDir)) {
-            std::cerr << "fluxgrid: " << *outDir << ": cannot create the output folder"
+        fs::create_directories(*options.outDir, error);
+        if (error || !fs::is_directory(*options.outDir)) {
+            std::cerr << "fluxgrid: " << *options.outDir << ": cannot create the output folder"
                       << (error ? ": " + error.message() : std::string()) << '\n';
             return 1;
         }
     }
-    std::size_t migrated = 0;
-    std::size_t current = 0;
-    std::size_t failed = 0;
+    // Files of a batch are open together until their shared flush.
+    constexpr std::size_t kBatchFiles = 256;
+    std::size_t counts[3] = {0, 0, 0};
     std::set<std::string> targets;
     Progress progress(files.size());
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        const std::string& path = files[i];
-        progress.step(i, path);
-        const Result result = migrateOne(path, outDir, targets);
+    for (std::size_t first = 0; first < files.size(); first += kBatchFiles) {
+        const std::span<const std::string> batch(files.begin() + static_cast<std::ptrdiff_t>(first),
+                                                 std::min(kBatchFiles, files.size() - first));
+        const std::vector<Migration> migrations = migrateBatch(batch, options, targets, progress);
         progress.clear();
-        if (result.outcome == Outcome::failed) {
-            ++failed;
-            printFailure(result.error, "; left untouched");
-            continue;
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            const Migration& migration = migrations[i];
+            ++counts[static_cast<int>(migration.outcome)];
+            if (migration.outcome == Outcome::failed) {
+                flushStandardOutput();
+                printFailure(migration.error, "; left untouched");
+            } else {
+                std::printf("%s\n", lineOf(batch[i], migration).c_str());
+            }
         }
-        ++(result.outcome == Outcome::migrated ? migrated : current);
-        std::printf("%s\n", result.line.c_str());
         flushStandardOutput();
     }
     progress.clear();
-    std::printf("%zu migrated, %zu already current, %zu failed\n", migrated, current, failed);
+    const std::size_t failed = counts[static_cast<int>(Outcome::failed)];
+    std::printf("%zu migrated, %zu already current, %zu failed\n",
+                counts[static_cast<int>(Outcome::migrated)],
+                counts[static_cast<int>(Outcome::current)], failed);
     flushStandardOutput();
     return failed == 0 ? 0 : 1;
 }

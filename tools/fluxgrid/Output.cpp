@@ -77,6 +77,8 @@ std::optional<WriteFault> parseWriteFault(std::string_view text) {
         fault.kind = WriteFault::Kind::kill;
     } else if (kind == "nospace") {
         fault.kind = WriteFault::Kind::noSpace;
+    } else if (kind == "stop") {
+        fault.kind = WriteFault::Kind::stop;
     } else {
         return std::nullopt;
     }

@@ -33,8 +33,8 @@ bool flushStandardOutput();
 /// when any write to it failed (a full disk, a closed descriptor).
 int finishStandardOutput();
 
-/// "kill:N" or "nospace:N" as the fault it names; nothing for any other
-/// text.
+/// "kill:N", "nospace:N" or "stop:N" as the fault it names; nothing for
+/// any other text.
 std::optional<WriteFault> parseWriteFault(std::string_view text);
 
 }  // namespace fluxgrid::tool

@@ -20,6 +20,7 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -96,19 +97,29 @@ int runCommandLine(int argc, char** argv) {
     info->footer(helpFooter({"fluxgrid info --json examples/data/sensor-opm-20200210.sensor",
                              "fluxgrid info - < recording.sensor"}));
 
-    std::optional<std::string> outDir;
+    MigrateOptions migrateOptions;
+    migrateOptions.jobs = std::max(1u, std::thread::hardware_concurrency());
     bool inPlace = false;
     std::string fault;
     auto* migrate = app.add_subcommand(
         "migrate", "Load sensor files of any accepted version and store them as the newest");
     migrate->add_option("FILE", files, "Sensor files to migrate")->required();
-    auto* outDirOption =
-        migrate->add_option("--out-dir", outDir, "Write the migrated files into this folder");
-    auto* inPlaceOption =
-        migrate->add_flag("--in-place", inPlace, "Replace each file by its migrated form");
+    auto* outDirOption = migrate->add_option("--out-dir", migrateOptions.outDir,
+                                             "Write the migrated files into this folder");
+    auto* inPlaceOption = migrate->add_flag(
+        "--in-place", inPlace,
+        "Replace each file by its migrated form, keeping its permissions, owner, group and "
+        "extended attributes; a symbolic link is followed to its target");
     outDirOption->excludes(inPlaceOption);
+    migrate
+        ->add_option("-j,--jobs", migrateOptions.jobs, "Files worked on at once (default: cores)")
+        ->check(CLI::Range(1u, 1024u));
+    migrate->add_flag("--break-hardlinks", migrateOptions.breakHardLinks,
+                      "Replace a file that has several hard links anyway (its other names keep "
+                      "the old content); by default such a file is left alone");
     // For tests only: makes every write fail after a number of bytes, by a
-    // crash ("kill:N") or a full disk ("nospace:N").
+    // crash ("kill:N") or a full disk ("nospace:N"), or stops the process
+    // there ("stop:N") so that a test can signal it.
     migrate->add_option("--inject-write-fault", fault)->group("");
     migrate->footer(helpFooter({"fluxgrid migrate --out-dir new old/*.sensor"}));
 
@@ -129,13 +140,14 @@ int runCommandLine(int argc, char** argv) {
     }
     try {
         app.parse(argc, argv);
-        if (migrate->parsed() && !outDir && !inPlace) {
+        if (migrate->parsed() && !migrateOptions.outDir && !inPlace) {
             throw CLI::ValidationError("migrate", "one of --out-dir DIR or --in-place is required");
         }
         if (!fault.empty()) {
             const std::optional<fluxgrid::WriteFault> parsed = parseWriteFault(fault);
             if (!parsed) {
-                throw CLI::ValidationError("--inject-write-fault", "expects kill:N or nospace:N");
+                throw CLI::ValidationError("--inject-write-fault",
+                                           "expects kill:N, nospace:N or stop:N");
             }
             fluxgrid::setWriteFault(*parsed);
         }
@@ -146,12 +158,13 @@ int runCommandLine(int argc, char** argv) {
         return code == 0 ? 0 : kUsage;
     }
 
+    fluxgrid::removeTemporariesOnSignals();
     try {
         if (info->parsed()) {
             return runInfo(files, json, maxSize);
         }
         if (migrate->parsed()) {
-            return runMigrate(files, outDir);
+            return runMigrate(files, migrateOptions);
         }
         if (layout.parsed()) {
             return layout.run();

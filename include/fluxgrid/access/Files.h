@@ -301,14 +301,97 @@ FileResult<LoadedFile> loadDescriptor(int fd, std::string_view name,
 template <FileObject T>
 FileResult<std::vector<BYTE>> storeBytes(T& object);
 
-/// Writes `bytes` as the whole content of `path` so that the name only ever
-/// shows the old content or the whole new one: a temporary file beside the
-/// target is written, flushed to the disk and renamed over it, and removed
-/// on every failure. An existing target keeps its permissions; a symbolic
-/// link is written through, so that the link stays and its target gets the
-/// content. Returns the bytes written, or `writeError`.
+/// How an atomic write treats the file that stands at its name.
+struct WriteOptions {
+    /// Replace a file that has several hard links: the new content then
+    /// shows under this name alone, and the other names keep the old one.
+    /// By default such a file is left alone and the write fails, saying why.
+    bool breakHardLinks = false;
+};
+
+/// Writes `bytes` as the whole content of `path`, as what stands there
+/// asks:
+/// - no file, or a regular file: replaced atomically, so that the name only
+///   ever shows the old content or the whole new one. A temporary file in
+///   the same folder is written, flushed to the disk and renamed over it,
+///   and removed on every failure. An existing file keeps its permissions,
+///   its owner and group (as far as the process may set them) and its
+///   extended attributes; one with several hard links is left alone (see
+///   `WriteOptions::breakHardLinks`).
+/// - a symbolic link: written through. The link stays and the end of its
+///   chain is written as above.
+/// - a device or a FIFO: written straight into, never replaced.
+///
+/// Returns the bytes written, or `writeError`.
 FileResult<std::size_t> writeFileAtomically(const std::filesystem::path& path,
-                                            std::span<const BYTE> bytes);
+                                            std::span<const BYTE> bytes,
+                                            const WriteOptions& options = {});
+
+/// Atomic writes of many files that share their flushes to the disk. Each
+/// `add` writes its temporary file at once, from any number of threads;
+/// `commit` then flushes them all to the disk together (one flush of each
+/// file system they lie on, or of the file alone when it is the only one),
+/// renames each over its target and flushes each folder once, so that every
+/// file is on the disk before its name shows it. Each temporary stays open
+/// until the commit: keep batches to some hundreds of files. A batch
+/// destroyed before `commit` removes its temporaries and leaves every
+/// target as it was.
+///
+/// ```cpp
+/// fluxgrid::AtomicWriteBatch batch;
+/// for (const auto& [name, bytes] : outputs) {
+///     if (auto added = batch.add(name, bytes); !added) {
+///         report(added.error());
+///     }
+/// }
+/// for (const auto& written : batch.commit()) { ... }
+/// ```
+class AtomicWriteBatch {
+  public:
+    explicit AtomicWriteBatch(const WriteOptions& options = {});
+    ~AtomicWriteBatch();
+    AtomicWriteBatch(const AtomicWriteBatch&) = delete;
+    AtomicWriteBatch& operator=(const AtomicWriteBatch&) = delete;
+
+    /// Writes `bytes` toward `path` as `writeFileAtomically` does, up to the
+    /// flush and the rename; a device or FIFO is written straight away.
+    /// Returns the write's place among the results of `commit`, or its
+    /// failure, after which nothing of it is left.
+    FileResult<std::size_t> add(const std::filesystem::path& path, std::span<const BYTE> bytes);
+
+    /// Flushes, renames and flushes the folders. One result per successful
+    /// `add`, at its place: the bytes written, or the failure (the target
+    /// then keeps its old content and no temporary is left). The batch is
+    /// empty afterwards.
+    std::vector<FileResult<std::size_t>> commit();
+
+  private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+/// The temporary files of atomic writes are named
+/// ".fluxgrid-PID-XXXXXX.tmp": the writing process's id and six random
+/// letters or digits, short enough to lie beside a file of any legal name.
+/// The first write of a process into a folder removes the temporaries there
+/// that no process is writing any more, as `removeStaleTemporaries` does.
+///
+/// Removes from `folder` the temporary files of atomic writes that are no
+/// longer in use: those whose process has ended, and those untouched for a
+/// day (the id of their process may since have gone to another one). Names
+/// of any other form, and anything but regular files, are never touched.
+/// Returns the names removed.
+std::vector<std::string> removeStaleTemporaries(const std::filesystem::path& folder);
+
+/// Removes the temporary files of every atomic write in flight in this
+/// process (the first 1024 at once; any beyond are left to a later run's
+/// sweep). Makes only async-signal-safe calls: meant for a signal handler.
+void removeTemporariesInFlight() noexcept;
+
+/// Handles SIGINT, SIGTERM and SIGHUP by removing the temporary files in
+/// flight and then ending the process by the same signal. A signal that is
+/// ignored or already has a handler is left as it is.
+void removeTemporariesOnSignals();
 
 /// `storeBytes`, then `writeFileAtomically`.
 template <FileObject T>
@@ -318,11 +401,13 @@ FileResult<std::size_t> storeFile(const std::filesystem::path& path, T& object);
 /// that tests can see what a crash or a full disk leaves behind. Never set
 /// in normal use.
 struct WriteFault {
-    enum class Kind { none, kill, noSpace };
+    enum class Kind { none, kill, noSpace, stop };
     Kind kind = Kind::none;
     /// The fault strikes once this many bytes of a file have been written:
     /// `kill` ends the process at once with SIGKILL, `noSpace` fails the
-    /// write as a full disk does.
+    /// write as a full disk does, `stop` stops the process with SIGSTOP (so
+    /// that a test can signal it in the middle of a write) and then goes
+    /// on.
     std::size_t afterBytes = 0;
 };
 void setWriteFault(const WriteFault& fault);
