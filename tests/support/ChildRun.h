@@ -8,6 +8,7 @@
 #include "support/ScratchDir.h"
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <sstream>
@@ -18,9 +19,12 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+extern char** environ;
 
 namespace fluxgrid::test {
 
@@ -72,7 +76,7 @@ struct ChildStreams {
     }
 };
 
-inline std::string slurpText(const std::string& path) {
+inline std::string slurpText(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
     text << in.rdbuf();
@@ -200,6 +204,66 @@ class FifoFeeder {
     FifoFeeder& operator=(const FifoFeeder&) = delete;
 
   private:
+    pid_t m_pid = -1;
+};
+
+/// A program run in the background, for tests that signal it midway.
+class StartedChild {
+  public:
+    /// Starts `program` with `args`; standard input is /dev/null, standard
+    /// output and error go to the files `outPath` and `errPath`.
+    StartedChild(const std::string& program, const std::vector<std::string>& args,
+                 std::filesystem::path outPath, std::filesystem::path errPath)
+        : m_outPath(std::move(outPath)), m_errPath(std::move(errPath)) {
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, 1, m_outPath.c_str(),
+                                         O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        posix_spawn_file_actions_addopen(&actions, 2, m_errPath.c_str(),
+                                         O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        std::vector<char*> argv;
+        argv.push_back(const_cast<char*>(program.c_str()));
+        for (const std::string& arg : args) {
+            argv.push_back(const_cast<char*>(arg.c_str()));
+        }
+        argv.push_back(nullptr);
+        if (posix_spawn(&m_pid, program.c_str(), &actions, nullptr, argv.data(), environ) != 0) {
+            m_pid = -1;
+        }
+        posix_spawn_file_actions_destroy(&actions);
+    }
+
+    pid_t pid() const { return m_pid; }
+
+    /// Waits until the run stops itself (SIGSTOP); false if it ended instead.
+    bool waitUntilStopped() const {
+        int status = 0;
+        return m_pid > 0 && ::waitpid(m_pid, &status, WUNTRACED) == m_pid && WIFSTOPPED(status);
+    }
+
+    /// Waits for the end of the run and collects what it printed.
+    ChildRun finish() const {
+        ChildRun run;
+        if (m_pid <= 0) {
+            run.err = "the program could not be started";
+            return run;
+        }
+        int status = 0;
+        ::waitpid(m_pid, &status, 0);
+        if (WIFEXITED(status)) {
+            run.status = WEXITSTATUS(status);
+        } else if (WIFSIGNALED(status)) {
+            run.signal = WTERMSIG(status);
+        }
+        run.out = slurpText(m_outPath);
+        run.err = slurpText(m_errPath);
+        return run;
+    }
+
+  private:
+    std::filesystem::path m_outPath;
+    std::filesystem::path m_errPath;
     pid_t m_pid = -1;
 };
 

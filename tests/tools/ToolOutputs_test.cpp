@@ -7,7 +7,7 @@
 // failure and go on.
 #include <fluxgrid/access/Files.h>
 
-#include "ToolRun.h"
+#include "support/ProgramRun.h"
 #include "support/ScratchDir.h"
 
 #include <gtest/gtest.h>
@@ -34,9 +34,10 @@
 namespace {
 
 namespace fs = std::filesystem;
+using fluxgrid::test::linesOf;
 using fluxgrid::test::ScratchDir;
-using fluxgrid::test::StartedTool;
-using fluxgrid::test::ToolRun;
+using fluxgrid::test::StartedChild;
+using ToolRun = fluxgrid::test::ProgramRun;
 
 const std::string kTool = FLUXGRID_TOOL_PATH;
 const fs::path kData = FLUXGRID_SAMPLE_DATA;
@@ -55,17 +56,7 @@ std::string textOf(const fs::path& path) {
 }
 
 ToolRun tool(const std::vector<std::string>& args) {
-    const ScratchDir capture;
-    return StartedTool(kTool, args, capture.path() / "out", capture.path() / "err").finish();
-}
-
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+    return fluxgrid::test::runProgram(kTool, args);
 }
 
 std::set<std::string> namesIn(const fs::path& folder) {
@@ -421,9 +412,9 @@ TEST_P(ToolMigrateSignals, SignalInTheMiddleOfAWriteRemovesTheTemporary) {
     const ScratchDir dir;
     const ScratchDir capture;
     const std::string path = oldSensorIn(dir, "channel.sensor");
-    const StartedTool started(kTool,
-                              {"migrate", "--in-place", "--inject-write-fault", "stop:3000", path},
-                              capture.path() / "out", capture.path() / "err");
+    const StartedChild started(kTool,
+                               {"migrate", "--in-place", "--inject-write-fault", "stop:3000", path},
+                               capture.path() / "out", capture.path() / "err");
     ASSERT_TRUE(started.waitUntilStopped());
     const std::string temporary = leftTemporary(dir.path(), "channel.sensor");
     EXPECT_EQ(temporary.rfind(".fluxgrid-" + std::to_string(started.pid()) + "-", 0), 0u)
