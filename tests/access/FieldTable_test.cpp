@@ -446,43 +446,6 @@ TEST(SensorBodies, AnOldBodyMakesASquidRecordForASensorWithoutOne) {
     EXPECT_EQ(Diffs{}, filedDifferences(*source, loaded, Body::sensor20140513));
 }
 
-// Fiducial point, set and sphere records, from the values of an object.
-fluxgrid::test::PointValues valuesOf(const CFiduciaryPt& p) {
-    fluxgrid::test::PointValues v;
-    std::copy_n(p.ptValues, 16, v.values);
-    v.extra1 = p.ptExtra1;
-    v.extra2 = p.ptExtra2;
-    std::copy_n(p.ptVector, 4, v.vector);
-    v.state1 = p.ptState1;
-    v.state2 = p.ptState2;
-    v.state3 = p.ptState3;
-    v.extra3 = p.ptExtra3;
-    v.state4 = p.ptState4;
-    v.name = p.ptName.str();
-    return v;
-}
-
-fluxgrid::test::SetValues valuesOf(const CFiducial& set) {
-    fluxgrid::test::SetValues v;
-    for (int p = 0; p < 6; ++p) {
-        v.points[p] = valuesOf(set.fidPts[p]);
-    }
-    std::copy_n(set.fidState, 4, v.state);
-    v.extra1 = set.fidExtra1;
-    v.state5 = set.fidState5;
-    v.extra2 = set.fidExtra2;
-    return v;
-}
-
-fluxgrid::test::SphereValues valuesOf(const CSphere& sphere) {
-    fluxgrid::test::SphereValues v;
-    std::copy_n(sphere.sphereValues, 4, v.values);
-    v.state1 = sphere.sphereState1;
-    v.state2 = sphere.sphereState2;
-    v.name = sphere.sphereName.str();
-    return v;
-}
-
 template <class Record>
 void expectRecordBody(Body body) {
     Record source;

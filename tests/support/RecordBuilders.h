@@ -10,6 +10,7 @@
 #include "support/ByteBuilder.h"
 #include "support/Harness.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -229,6 +230,43 @@ inline void expectSphere(const SphereValues& v, const CSphere& sphere) {
     EXPECT_EQ(v.state1, sphere.sphereState1);
     EXPECT_EQ(v.state2, sphere.sphereState2);
     EXPECT_EQ(CString(v.name), sphere.sphereName);
+}
+
+// The values of a fiducial point, set or sphere object, for the builders above.
+inline PointValues valuesOf(const CFiduciaryPt& p) {
+    PointValues v;
+    std::copy_n(p.ptValues, 16, v.values);
+    v.extra1 = p.ptExtra1;
+    v.extra2 = p.ptExtra2;
+    std::copy_n(p.ptVector, 4, v.vector);
+    v.state1 = p.ptState1;
+    v.state2 = p.ptState2;
+    v.state3 = p.ptState3;
+    v.extra3 = p.ptExtra3;
+    v.state4 = p.ptState4;
+    v.name = p.ptName.str();
+    return v;
+}
+
+inline SetValues valuesOf(const CFiducial& set) {
+    SetValues v;
+    for (int p = 0; p < 6; ++p) {
+        v.points[p] = valuesOf(set.fidPts[p]);
+    }
+    std::copy_n(set.fidState, 4, v.state);
+    v.extra1 = set.fidExtra1;
+    v.state5 = set.fidState5;
+    v.extra2 = set.fidExtra2;
+    return v;
+}
+
+inline SphereValues valuesOf(const CSphere& sphere) {
+    SphereValues v;
+    std::copy_n(sphere.sphereValues, 4, v.values);
+    v.state1 = sphere.sphereState1;
+    v.state2 = sphere.sphereState2;
+    v.name = sphere.sphereName.str();
+    return v;
 }
 
 }  // namespace fluxgrid::test

@@ -149,50 +149,6 @@ std::vector<BYTE> sensorFile20190201(const CMEGSensor& s, const CMegOpm& r) {
 // ---------------------------------------------------------------------------
 // Head localization.
 
-fluxgrid::test::PointValues pointValuesOf(const CFiduciaryPt& p) {
-    fluxgrid::test::PointValues v;
-    for (int i = 0; i < 16; ++i) {
-        v.values[i] = p.ptValues[i];
-    }
-    v.extra1 = p.ptExtra1;
-    v.extra2 = p.ptExtra2;
-    for (int i = 0; i < 4; ++i) {
-        v.vector[i] = p.ptVector[i];
-    }
-    v.state1 = p.ptState1;
-    v.state2 = p.ptState2;
-    v.state3 = p.ptState3;
-    v.extra3 = p.ptExtra3;
-    v.state4 = p.ptState4;
-    v.name = p.ptName.str();
-    return v;
-}
-
-fluxgrid::test::SetValues setValuesOf(const CFiducial& set) {
-    fluxgrid::test::SetValues v;
-    for (int p = 0; p < 6; ++p) {
-        v.points[p] = pointValuesOf(set.fidPts[p]);
-    }
-    for (int i = 0; i < 4; ++i) {
-        v.state[i] = set.fidState[i];
-    }
-    v.extra1 = set.fidExtra1;
-    v.state5 = set.fidState5;
-    v.extra2 = set.fidExtra2;
-    return v;
-}
-
-fluxgrid::test::SphereValues sphereValuesOf(const CSphere& sphere) {
-    fluxgrid::test::SphereValues v;
-    for (int i = 0; i < 4; ++i) {
-        v.values[i] = sphere.sphereValues[i];
-    }
-    v.state1 = sphere.sphereState1;
-    v.state2 = sphere.sphereState2;
-    v.name = sphere.sphereName.str();
-    return v;
-}
-
 // The default fiducials over three time steps of a drifting head, as
 // records with their values and tags, averaged and registered.
 void buildHeadLocalization(CHeadLocalizationqv& h) {
@@ -231,7 +187,7 @@ void appendEntry(ByteBuilder& out, const HEAD_LOCATION_TRIAL& record) {
     out.f64(record.trialValue2);
     out.f64(record.trialValue3);
     out.i32(record.trialTag);
-    fluxgrid::test::appendSet(out, setValuesOf(record.trialFiducial));
+    fluxgrid::test::appendSet(out, valuesOf(record.trialFiducial));
 }
 
 // Versions 20090606 and 20110217 share the layout of the newest.
@@ -257,12 +213,12 @@ std::vector<BYTE> headLocalizationFile(int version, const CHeadLocalization& h) 
     for (const CString& label : h.headLocalLabels) {
         out.wide(label.str());
     }
-    fluxgrid::test::appendSphere(out, sphereValuesOf(h.sensorLocation));
-    fluxgrid::test::appendSphere(out, sphereValuesOf(h.sensorRotation));
-    fluxgrid::test::appendSet(out, setValuesOf(h.fiducialFirst));
-    fluxgrid::test::appendSet(out, setValuesOf(h.fiducialSecond));
-    fluxgrid::test::appendSet(out, setValuesOf(h.fiducialThird));
-    fluxgrid::test::appendSet(out, setValuesOf(h.fiducialCurrent));
+    fluxgrid::test::appendSphere(out, valuesOf(h.sensorLocation));
+    fluxgrid::test::appendSphere(out, valuesOf(h.sensorRotation));
+    fluxgrid::test::appendSet(out, valuesOf(h.fiducialFirst));
+    fluxgrid::test::appendSet(out, valuesOf(h.fiducialSecond));
+    fluxgrid::test::appendSet(out, valuesOf(h.fiducialThird));
+    fluxgrid::test::appendSet(out, valuesOf(h.fiducialCurrent));
     return out.bytes();
 }
 
@@ -321,7 +277,7 @@ Files sampleFiles() {
     truncated.resize(1000);
     files["truncated-sensor-20140513.sensor"] = truncated;
     ByteBuilder fiducial;
-    fluxgrid::test::appendSet(fiducial, setValuesOf(h.fiducialFirst));
+    fluxgrid::test::appendSet(fiducial, valuesOf(h.fiducialFirst));
     files["wrong-kind-fiducial-set.bin"] = fiducial.bytes();
     return files;
 }
