@@ -33,12 +33,12 @@ const std::vector<LayoutTable>& layoutTables() {
 }
 
 const LayoutTable* findLayout(std::string_view name) {
-    for (const LayoutTable& table : layoutTables()) {
-        if (table.name == name) {
-            return &table;
-        }
+    // The rows stand in the library's order, table for table.
+    const LayoutTableInfo* info = findLayoutTable(name);
+    if (info == nullptr) {
+        return nullptr;
     }
-    return nullptr;
+    return &layoutTables()[static_cast<std::size_t>(info - fluxgrid::layoutTables().data())];
 }
 
 const char* frameName(LayoutFrame frame) {
