@@ -17,6 +17,7 @@ from typing import List, Optional
 from . import _geometry
 from ._errors import Error
 from ._files import read_headloc, read_sensor, read_sensors
+from ._sensor import FRAMES
 
 
 def _parser() -> argparse.ArgumentParser:
@@ -43,7 +44,7 @@ def _parser() -> argparse.ArgumentParser:
                         "(default: the sensors')")
     export.add_argument("--fiducial-unit", choices=sorted(_geometry.UNITS_PER_METRE),
                         help="unit of the fiducials (default: the sensors')")
-    export.add_argument("--frame", default="dewar", choices=_geometry.FRAMES,
+    export.add_argument("--frame", default="dewar", choices=FRAMES,
                         help="which frame of the hardware records to take (default dewar)")
     export.add_argument("-o", "--output", required=True, help="the file to write")
     return parser

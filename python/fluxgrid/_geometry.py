@@ -16,12 +16,10 @@ from typing import List, Optional, Sequence, Tuple, Union
 import numpy as np
 
 from ._fluxgrid import FiducialSet, HeadLocalization, OpmRecord, Sensor, SquidRecord, axes_to_ras
+from ._sensor import elements_in_use
 
 #: Units of the sensor files' lengths in a metre.
 UNITS_PER_METRE = {"m": 1.0, "cm": 100.0, "mm": 1000.0}
-
-#: The frames of the hardware records, as `Sensor.positions` names them.
-FRAMES = ("dewar", "head", "work")
 
 FiducialsLike = Union[HeadLocalization, FiducialSet, np.ndarray, Sequence[Sequence[float]]]
 
@@ -103,8 +101,8 @@ class Channel:
     r0: Optional[np.ndarray]
     ez: Optional[np.ndarray]
     coils: List[Coil] = field(default_factory=list)
-    #: For an axial gradiometer: the second coil's offset along ez (metres),
-    #: the loop's diameter (metres) and the weight of the second coil.
+    #: For an axial gradiometer: the second coil's offset along ez and the
+    #: loop's diameter, both in metres.
     baseline: float = 0.0
     size: float = 0.0
 
@@ -127,8 +125,6 @@ class Channel:
 def channel(sensor: Sensor, frame: str, axes: Frame) -> Channel:
     """The channel of a sensor, from the first element in use of `frame`;
     with two coils of a SQUID record, an axial gradiometer of both."""
-    if frame not in FRAMES:
-        raise ValueError(f"frame must be one of {', '.join(FRAMES)}, not {frame!r}")
     kind = channel_kind(sensor)
     positions = sensor.positions(frame)
     if len(positions) == 0:
@@ -138,7 +134,7 @@ def channel(sensor: Sensor, frame: str, axes: Frame) -> Channel:
     result = Channel(sensor.snsRawName, kind, sensor.hardware_kind, r[0], n)
     record = sensor.hardware
     if kind in ("meg", "ref") and isinstance(record, SquidRecord) and len(r) >= 2:
-        elements = getattr(record, "coil" + frame.capitalize())
+        elements = elements_in_use(sensor, frame)
         # The second coil lies along the normal, on the side its position
         # says, at the baseline the sensor gives.
         side = 1.0 if np.dot(r[1] - r[0], n) >= 0 else -1.0

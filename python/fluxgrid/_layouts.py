@@ -53,18 +53,13 @@ class Layout:
 
     def pos_ras(self) -> np.ndarray:
         """The positions in RAS (x right, y nose, z up), metres: a new array."""
-        return self.pos @ axes_to_ras_matrix(self.axes).T / self.units_per_metre
+        return self.pos @ _fluxgrid.axes_to_ras(self.axes).T / self.units_per_metre
 
     def ori_ras(self) -> Optional[np.ndarray]:
         """The orientations turned into RAS, or None for EEG tables."""
         if self.ori is None:
             return None
-        return self.ori @ axes_to_ras_matrix(self.axes).T
-
-
-def axes_to_ras_matrix(code: str) -> np.ndarray:
-    """The matrix of `fluxgrid.axes_to_ras`."""
-    return _fluxgrid.axes_to_ras(code)
+        return self.ori @ _fluxgrid.axes_to_ras(self.axes).T
 
 
 def layout(name: str) -> Layout:

@@ -8,13 +8,15 @@ import numpy as np
 
 from ._fluxgrid import OpmRecord, Sensor, SquidRecord
 
-_FRAMES = ("dewar", "head", "work")
+#: The frames of the hardware records.
+FRAMES = ("dewar", "head", "work")
 
 
-def _elements(sensor: Sensor, frame: str) -> Sequence:
-    """The elements in use of one frame of the sensor's record."""
-    if frame not in _FRAMES:
-        raise ValueError(f"frame must be one of {', '.join(_FRAMES)}, not {frame!r}")
+def elements_in_use(sensor: Sensor, frame: str) -> Sequence:
+    """The elements in use of one frame ("dewar", "head" or "work") of the
+    sensor's record: live Coil or Vapor records; none without a record."""
+    if frame not in FRAMES:
+        raise ValueError(f"frame must be one of {', '.join(FRAMES)}, not {frame!r}")
     record = sensor.hardware
     suffix = frame.capitalize()
     if isinstance(record, SquidRecord):
@@ -49,13 +51,13 @@ def _hardware_kind(self: Sensor) -> Optional[str]:
 def _positions(self: Sensor, frame: str = "work") -> np.ndarray:
     """(n, 3) positions (posP4) of the elements in use in `frame`
     ("dewar", "head" or "work"): a new array."""
-    return np.array([e.posP4[:3] for e in _elements(self, frame)], dtype=float).reshape(-1, 3)
+    return np.array([e.posP4[:3] for e in elements_in_use(self, frame)], dtype=float).reshape(-1, 3)
 
 
 def _orientations(self: Sensor, frame: str = "work") -> np.ndarray:
     """(n, 3) orientations (oriP4) of the elements in use in `frame`: a new
     array."""
-    return np.array([e.oriP4[:3] for e in _elements(self, frame)], dtype=float).reshape(-1, 3)
+    return np.array([e.oriP4[:3] for e in elements_in_use(self, frame)], dtype=float).reshape(-1, 3)
 
 
 def _repr(self: Sensor) -> str:

@@ -5,7 +5,6 @@ from __future__ import annotations
 
 import json
 import os
-import shutil
 import subprocess
 import sys
 from pathlib import Path
@@ -55,9 +54,3 @@ def demo_dir(tmp_path_factory: pytest.TempPathFactory) -> Path:
     done = run_tool("demo", str(folder))
     assert done.returncode == 0, done.stderr.decode()
     return folder
-
-
-@pytest.fixture
-def scratch(tmp_path: Path) -> Path:
-    yield tmp_path
-    shutil.rmtree(tmp_path, ignore_errors=True)

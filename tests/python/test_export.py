@@ -11,6 +11,7 @@ import numpy as np
 import pytest
 
 import fluxgrid as fg
+import fluxgrid.mne as fm
 from bridge_support import FIDUCIALS_LSP, mne, scipy_io, sensor_sets
 
 
@@ -39,7 +40,7 @@ def test_fif_reads_back_with_the_same_loc_coil_types_and_transform(
                   "-o", str(out))
     assert done.returncode == 0, done.stderr
     back = m.io.read_info(str(out), verbose="error")
-    made = fluxgrid_mne().to_info(fg.read_sensors(folder), fiducials=fg.read_headloc(headloc))
+    made = fm.to_info(fg.read_sensors(folder), fiducials=fg.read_headloc(headloc))
     assert back["ch_names"] == made["ch_names"]
     for a, b in zip(back["chs"], made["chs"]):
         np.testing.assert_allclose(a["loc"], b["loc"], rtol=1e-6, atol=1e-9)
@@ -47,12 +48,6 @@ def test_fif_reads_back_with_the_same_loc_coil_types_and_transform(
     np.testing.assert_allclose(back["dev_head_t"]["trans"], made["dev_head_t"]["trans"],
                                atol=1e-6)
     assert len(back["dig"]) == 3
-
-
-def fluxgrid_mne():
-    import fluxgrid.mne as fm
-
-    return fm
 
 
 def test_mat_export_loads_with_scipy(demo_dir: Path, tmp_path: Path):

@@ -63,11 +63,11 @@ def test_to_dict_keeps_not_a_number_as_a_float():
 
 
 @pytest.mark.parametrize("path", GOOD_SAMPLES, ids=lambda p: p.name)
-def test_write_gives_the_bytes_of_the_libraries_store(path: Path, scratch: Path):
+def test_write_gives_the_bytes_of_the_libraries_store(path: Path, tmp_path: Path):
     obj = fg.read(path)
     kind, version = fg.read_header(path)
     written = FILE_KINDS_BY_WORD[kind].written
-    target = scratch / path.name
+    target = tmp_path / path.name
     size = fg.write(obj, target)
     data = target.read_bytes()
     assert size == len(data)
@@ -78,33 +78,33 @@ def test_write_gives_the_bytes_of_the_libraries_store(path: Path, scratch: Path)
         assert data == path.read_bytes()
     elif kind == "sensor":
         # An old sensor file, stored by the tool's migrate (the C++ store).
-        out = scratch / "migrated"
+        out = tmp_path / "migrated"
         done = run_tool("migrate", "--out-dir", str(out), str(path))
         assert done.returncode == 0, done.stderr.decode()
         assert (out / path.name).read_bytes() == data
 
 
-def test_read_bytes_equals_read(scratch: Path):
+def test_read_bytes_equals_read():
     path = SAMPLES / "sensor-opm-20200210.sensor"
     assert fg.read_bytes(path.read_bytes()).to_dict() == fg.read(path).to_dict()
 
 
-def test_write_replaces_a_file_atomically_and_keeps_no_temporary(scratch: Path):
-    target = scratch / "x.sensor"
+def test_write_replaces_a_file_atomically_and_keeps_no_temporary(tmp_path: Path):
+    target = tmp_path / "x.sensor"
     target.write_bytes(b"old")
     fg.write(fg.read(SAMPLES / "sensor-squid-20200210.sensor"), target)
     assert fg.read_header(target) == ("sensor", 20200210)
-    assert sorted(p.name for p in scratch.iterdir()) == ["x.sensor"]
+    assert sorted(p.name for p in tmp_path.iterdir()) == ["x.sensor"]
 
 
-def test_write_takes_only_the_six_file_objects(scratch: Path):
+def test_write_takes_only_the_six_file_objects(tmp_path: Path):
     with pytest.raises(TypeError, match="FiducialSet"):
-        fg.write(fg.FiducialSet(), scratch / "x")
+        fg.write(fg.FiducialSet(), tmp_path / "x")
 
 
-def test_write_into_a_missing_folder_is_an_os_error(scratch: Path):
+def test_write_into_a_missing_folder_is_an_os_error(tmp_path: Path):
     with pytest.raises(OSError):
-        fg.write(fg.Coil(), scratch / "no" / "x.coil")
+        fg.write(fg.Coil(), tmp_path / "no" / "x.coil")
 
 
 def test_read_sensors_of_the_demo_folders_sorted_by_name(demo_dir: Path):
@@ -132,8 +132,8 @@ def test_read_headloc_of_the_demo(demo_dir: Path):
     assert isinstance(hl, fg.HeadLocalization)
 
 
-def test_paths_may_be_path_objects_and_bytes_names(scratch: Path):
-    name = os.fsencode(scratch) + b"/caf\xe9.coil"  # not UTF-8
+def test_paths_may_be_path_objects_and_bytes_names(tmp_path: Path):
+    name = os.fsencode(tmp_path) + b"/caf\xe9.coil"  # not UTF-8
     with open(name, "wb") as out:
         out.write((SAMPLES / "coil-20211230.coil").read_bytes())
     assert isinstance(fg.read(os.fsdecode(name)), fg.Coil)
