@@ -48,6 +48,12 @@ std::vector<py::ssize_t> stridesOf() {
     return strides;
 }
 
+/// The shape of a fixed array as Python writes it: "(4,)", "(12, 2, 3)".
+template <class T>
+std::string shapeWords() {
+    return py::str(py::tuple(py::cast(shapeOf<T>()))).cast<std::string>();
+}
+
 /// A numpy view of a fixed array inside the object that `owner` holds.
 template <class T>
 py::array arrayView(T& values, py::handle owner) {
@@ -65,8 +71,7 @@ void assignArray(T& target, const py::handle& source, std::string_view name) {
     const std::vector<py::ssize_t> shape = shapeOf<T>();
     if (!values || values.ndim() != static_cast<py::ssize_t>(shape.size()) ||
         !std::equal(shape.begin(), shape.end(), values.shape())) {
-        throw py::value_error(std::string(name) + " takes an array of shape " +
-                              py::str(py::tuple(py::cast(shape))).cast<std::string>());
+        throw py::value_error(std::string(name) + " takes an array of shape " + shapeWords<T>());
     }
     std::memcpy(&target, values.data(), sizeof(T));
 }
@@ -74,19 +79,17 @@ void assignArray(T& target, const py::handle& source, std::string_view name) {
 template <class T>
 std::string typeWords() {
     using Element = std::remove_all_extents_t<T>;
-    std::string element = std::is_same_v<Element, double>    ? "float"
-                          : std::is_same_v<Element, bool>    ? "bool"
-                          : std::is_same_v<Element, CString> ? "str"
-                                                             : "int";
     if constexpr (std::is_array_v<T>) {
         const std::string dtype = std::is_same_v<Element, double> ? "float64"
                                   : std::is_same_v<Element, bool> ? "bool"
                                                                   : "int32";
-        return "numpy " + dtype + " array of shape " +
-               py::str(py::tuple(py::cast(shapeOf<T>()))).cast<std::string>() +
+        return "numpy " + dtype + " array of shape " + shapeWords<T>() +
                ", a view of the object's memory";
     }
-    return element;
+    return std::is_same_v<Element, double>    ? "float"
+           : std::is_same_v<Element, bool>    ? "bool"
+           : std::is_same_v<Element, CString> ? "str"
+                                              : "int";
 }
 
 // The file bodies that hold a field, in words.
