@@ -3,8 +3,8 @@
 // the classes their files hold come from the library's own table.
 #pragma once
 
-#include <fluxgrid/access/Files.h>
 #include <fluxgrid/fluxgrid.h>
+#include <fluxgrid/io/Files.h>
 
 namespace fluxgrid::fuzz {
 

@@ -36,6 +36,12 @@
 
 #include <fluxgrid/tables/EegLayouts.h>
 #include <fluxgrid/tables/EegNamePosType.h>
+#include <fluxgrid/tables/Layouts.h>
 #include <fluxgrid/tables/MegLayouts.h>
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/channels/ChannelTypes.h>
+
+#include <fluxgrid/fields/FieldTable.h>
+#include <fluxgrid/fields/ObjectTree.h>
+
+#include <fluxgrid/io/Files.h>

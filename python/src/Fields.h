@@ -6,8 +6,8 @@
 
 #include "Bindings.h"
 
-#include <fluxgrid/access/FieldTable.h>
-#include <fluxgrid/access/ObjectTree.h>
+#include <fluxgrid/fields/FieldTable.h>
+#include <fluxgrid/fields/ObjectTree.h>
 
 #include <array>
 #include <cstring>

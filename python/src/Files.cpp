@@ -3,7 +3,7 @@
 // stores of the newest version written atomically.
 #include "Bindings.h"
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <cerrno>
 #include <filesystem>

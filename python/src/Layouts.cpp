@@ -2,7 +2,7 @@
 // rows, with the frame each table stands in.
 #include "Bindings.h"
 
-#include <fluxgrid/access/Layouts.h>
+#include <fluxgrid/tables/Layouts.h>
 
 #include <cstddef>
 

@@ -5,7 +5,7 @@
 // name in each failure.
 #pragma once
 
-#include <fluxgrid/access/FieldTable.h>
+#include <fluxgrid/fields/FieldTable.h>
 
 #include "support/Harness.h"
 

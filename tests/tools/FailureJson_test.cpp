@@ -4,7 +4,7 @@
 #include "JsonWriter.h"
 #include "ObjectJson.h"
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

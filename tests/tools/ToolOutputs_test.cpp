@@ -5,7 +5,7 @@
 // file names of any legal length; temporaries removed on SIGINT and SIGTERM
 // and, after a crash, by the next run; parallel migrations that report each
 // failure and go on.
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include "support/ProgramRun.h"
 #include "support/ScratchDir.h"

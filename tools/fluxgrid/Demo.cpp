@@ -5,9 +5,9 @@
 #include "LayoutTables.h"
 #include "Output.h"
 
-#include <fluxgrid/access/FieldTable.h>
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/fields/FieldTable.h>
 #include <fluxgrid/fluxgrid.h>
+#include <fluxgrid/io/Files.h>
 
 #include <sys/wait.h>
 #include <unistd.h>

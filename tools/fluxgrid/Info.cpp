@@ -6,7 +6,7 @@
 #include "ObjectJson.h"
 #include "Output.h"
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -2,7 +2,7 @@
 /// `fluxgrid info`: what is inside files of any kind.
 #pragma once
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <cstdint>
 #include <string>

@@ -4,7 +4,7 @@
 /// of `--max-size`.
 #pragma once
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <string>
 #include <string_view>

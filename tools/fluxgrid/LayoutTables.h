@@ -5,7 +5,7 @@
 
 #include "Channels.h"
 
-#include <fluxgrid/access/Layouts.h>
+#include <fluxgrid/tables/Layouts.h>
 
 #include <array>
 #include <string>

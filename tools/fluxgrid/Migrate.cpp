@@ -2,8 +2,8 @@
 
 #include "Output.h"
 
-#include <fluxgrid/access/FieldTable.h>
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/fields/FieldTable.h>
+#include <fluxgrid/io/Files.h>
 
 #include <algorithm>
 #include <atomic>

@@ -2,7 +2,7 @@
 // tool's JSON writer) and the documents of `info --json` around them.
 #include "ObjectJson.h"
 
-#include <fluxgrid/access/ObjectTree.h>
+#include <fluxgrid/fields/ObjectTree.h>
 
 #include <cmath>
 #include <string>

@@ -14,7 +14,7 @@
 
 #include "JsonWriter.h"
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <string_view>
 

@@ -5,7 +5,7 @@
 /// the way of every write.
 #pragma once
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <optional>
 #include <string>

@@ -9,7 +9,7 @@
 #include "Migrate.h"
 #include "Output.h"
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <CLI/CLI.hpp>
 

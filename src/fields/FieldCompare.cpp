@@ -1,6 +1,6 @@
 // The filed fields in which two objects differ, walked through the field
 // table: nothing here names a field of any record.
-#include <fluxgrid/access/FieldTable.h>
+#include <fluxgrid/fields/FieldTable.h>
 
 #include <algorithm>
 #include <bit>

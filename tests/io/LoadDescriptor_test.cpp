@@ -1,9 +1,9 @@
 // Loading from an open descriptor: a pipe that delivers a file in pieces
 // loads as the file does, a stream that never ends is refused once
 // it goes past the limit, and a regular file is measured before it is read.
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
-#include "AccessTestSupport.h"
+#include "FileTestSupport.h"
 
 #include <gtest/gtest.h>
 

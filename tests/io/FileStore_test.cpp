@@ -2,9 +2,9 @@
 // the store that the library refuses, and atomic writes of files: the mode
 // kept, faults that leave the old content and no temporary behind, and
 // symbolic links written through.
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
-#include "AccessTestSupport.h"
+#include "FileTestSupport.h"
 #include "support/ByteBuilder.h"
 #include "support/ScratchDir.h"
 

@@ -2,7 +2,7 @@
 // record class, that each field's marks say exactly which file bodies hold
 // it (a load from bytes built by hand takes the marked fields and leaves
 // every other field alone), and the comparison of filed fields.
-#include <fluxgrid/access/FieldTable.h>
+#include <fluxgrid/fields/FieldTable.h>
 #include <fluxgrid/headloc/HeadLocalization.h>
 
 #include "support/ByteBuilder.h"

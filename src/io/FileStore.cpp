@@ -1,6 +1,6 @@
 // Storing: an object put down as the newest version of its kind, in memory
 // or through an atomic write.
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 #include <fluxgrid/platform/Exceptions.h>
 #include <fluxgrid/platform/MessageBox.h>
 

@@ -1,4 +1,4 @@
-#include <fluxgrid/access/Layouts.h>
+#include <fluxgrid/tables/Layouts.h>
 
 #include <fluxgrid/tables/EegLayouts.h>
 #include <fluxgrid/tables/MegLayouts.h>

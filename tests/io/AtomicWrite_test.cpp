@@ -3,9 +3,9 @@
 // unless asked, names of the longest legal length; temporaries: their form,
 // the removal of stale ones and of those in flight when a signal comes;
 // batches that share their flush.
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
-#include "AccessTestSupport.h"
+#include "FileTestSupport.h"
 #include "support/ScratchDir.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // Loading through the facade: every sample file into the object of its
 // kind, and every way a file can fail, each as a value with the file's name,
 // its kind and version where they are known, and the tool's own words.
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
-#include "AccessTestSupport.h"
+#include "FileTestSupport.h"
 #include "support/ByteBuilder.h"
 #include "support/Harness.h"
 #include "support/ScratchDir.h"

@@ -1,6 +1,6 @@
 // Loading a sample file through the facade, from the disk: what the Python
 // module's reads are measured against (bench/python_bench.py).
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <benchmark/benchmark.h>
 

@@ -2,7 +2,7 @@
 // kind and version told from the frame, and the bytes run through the entry
 // of their kind with the message boxes of that load captured. The texts of
 // the failures are the ones the fluxgrid tool has always printed.
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 #include <fluxgrid/platform/Exceptions.h>
 #include <fluxgrid/platform/MessageBox.h>
 

@@ -14,7 +14,7 @@
 /// arrays. Doubles go to the sink as they are, NaN and infinities included.
 #pragma once
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <cstdint>
 #include <functional>

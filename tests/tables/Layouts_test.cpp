@@ -1,7 +1,7 @@
 // The catalogue of layout tables and the conversion of their frames into
 // RAS metres.
-#include <fluxgrid/access/Layouts.h>
 #include <fluxgrid/tables/EegLayouts.h>
+#include <fluxgrid/tables/Layouts.h>
 #include <fluxgrid/tables/MegLayouts.h>
 
 #include <gtest/gtest.h>

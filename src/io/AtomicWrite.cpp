@@ -4,7 +4,7 @@
 // written straight into. A batch shares one flush among many files.
 #include "Temporaries.h"
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <algorithm>
 #include <cerrno>

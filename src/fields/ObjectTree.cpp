@@ -1,7 +1,7 @@
 // The tree of the model objects, driven by the field table: nothing here
 // names a field of any record.
-#include <fluxgrid/access/FieldTable.h>
-#include <fluxgrid/access/ObjectTree.h>
+#include <fluxgrid/fields/FieldTable.h>
+#include <fluxgrid/fields/ObjectTree.h>
 
 #include <algorithm>
 #include <functional>

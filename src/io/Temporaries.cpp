@@ -4,7 +4,7 @@
 // signal handler reads without locks or allocation.
 #include "Temporaries.h"
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <array>
 #include <atomic>

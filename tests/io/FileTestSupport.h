@@ -2,7 +2,7 @@
 // tests of the loading facade.
 #pragma once
 
-#include <fluxgrid/access/Files.h>
+#include <fluxgrid/io/Files.h>
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@
 
 namespace fluxgrid::test {
 
-/// The committed sample files; the tests run in tests/access of the source
+/// The committed sample files; the tests run in tests/io of the source
 /// tree.
 inline const std::filesystem::path kSampleData = "../../examples/data";
 
