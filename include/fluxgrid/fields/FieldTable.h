@@ -1,3 +1,4 @@
+// clang-format off
 /// \file FieldTable.h
 /// Every field of every record class, once: in model order, under its own
 /// name, with the nesting of the model and, for each field, the file bodies
@@ -11,11 +12,11 @@
 /// ```cpp
 /// struct Printer {
 ///     template <class T> void value(std::string_view name, const T&, fields::Filed) { ... }
-///     template <class R> void nested(std::string_view name, const R&, fields::Filed, fields::Body)
-///     { ... } template <class B> void base(std::string_view name, const B& base) { ... } void
-///     hardware(std::string_view name, const CMEGSensor&, fields::Filed) { ... } void
-///     entries(std::string_view name, const CFiducialPtrArray&, fields::Filed) { ... } void
-///     strings(std::string_view name, const CStringArray&, fields::Filed) { ... }
+///     template <class R> void nested(std::string_view name, const R&, fields::Filed, fields::Body) { ... }
+///     template <class B> void base(std::string_view name, const B& base) { ... }
+///     void hardware(std::string_view name, const CMEGSensor&, fields::Filed) { ... }
+///     void entries(std::string_view name, const CFiducialPtrArray&, fields::Filed) { ... }
+///     void strings(std::string_view name, const CStringArray&, fields::Filed) { ... }
 /// };
 /// fields::visitFields(sensor, printer);
 /// ```
@@ -34,6 +35,7 @@
 ///   none (`withHardwareRecord` opens it);
 /// - `entries`: a list of head localization entries;
 /// - `strings`: a list of texts.
+// clang-format on
 #pragma once
 
 #include <fluxgrid/element/BscMagSns.h>
