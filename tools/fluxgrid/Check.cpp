@@ -1,0 +1,92 @@
+#include "Check.h"
+
+#include "Format.h"
+
+#include <iostream>
+#include <string>
+
+namespace fluxgrid::tool {
+
+namespace {
+
+std::string plural(int count, const char* word) {
+    return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+}
+
+nlohmann::json findingJson(const Finding& finding) {
+    nlohmann::json values = nlohmann::json::array();
+    for (const FindingValue& value : finding.values) {
+        values.push_back({{"name", value.name}, {"value", value.value}, {"unit", value.unit}});
+    }
+    nlohmann::json out = {{"severity", severityWord(finding.severity)},
+                          {"code", finding.code},
+                          {"file", finding.file},
+                          {"channel", finding.name},
+                          {"message", finding.message},
+                          {"values", values}};
+    if (finding.channel >= 0) {
+        out["index"] = finding.channel;
+    }
+    return out;
+}
+
+nlohmann::json sphereJson(const SphereFit& sphere) {
+    if (!sphere.fitted) {
+        return nullptr;
+    }
+    return {{"centre", sphere.centre},
+            {"radius", sphere.radius},
+            {"rms", sphere.rms},
+            {"points", sphere.points}};
+}
+
+}  // namespace
+
+nlohmann::json checkJson(const CheckedArray& array) {
+    const GeometryReport& report = array.report;
+    nlohmann::json findings = nlohmann::json::array();
+    for (const Finding& finding : report.findings) {
+        findings.push_back(findingJson(finding));
+    }
+    return {{"files", array.files},
+            {"channels", report.channels},
+            {"frame", sensorFrameWord(report.frame)},
+            {"unit", lengthUnitWord(report.unit)},
+            {"errors", report.errors},
+            {"warnings", report.warnings},
+            {"notes", report.notes},
+            {"sphere", sphereJson(report.sphere)},
+            {"findings", findings}};
+}
+
+std::string checkSummary(const CheckedArray& array) {
+    const GeometryReport& report = array.report;
+    std::string text = plural(report.channels, "channel") + " in " + plural(array.files, "file") +
+                       ", frame " + std::string(sensorFrameWord(report.frame)) + ", " +
+                       std::string(lengthUnitWord(report.unit)) + ": " +
+                       plural(report.errors, "error") + ", " + plural(report.warnings, "warning") +
+                       ", " + plural(report.notes, "note");
+    if (report.sphere.fitted) {
+        text += "; helmet sphere radius " + number(report.sphere.radius) + " " +
+                std::string(lengthUnitWord(report.unit));
+    }
+    return text;
+}
+
+int runCheck(const ArrayInputs& inputs, bool json, bool strict) {
+    const CheckedArray array = checkArray(inputs);
+    if (json) {
+        // Names that are not UTF-8 come out with U+FFFD in place of the bad bytes.
+        std::cout << checkJson(array).dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
+                  << '\n';
+    } else {
+        for (const Finding& finding : array.report.findings) {
+            std::cout << formatFinding(finding) << '\n';
+        }
+        std::cout << checkSummary(array) << '\n';
+    }
+    const GeometryReport& report = array.report;
+    return report.errors > 0 || (strict && report.warnings > 0) ? 1 : 0;
+}
+
+}  // namespace fluxgrid::tool
