@@ -4,6 +4,7 @@
 // axes at each of 102 positions, where every position yields three
 // findings of shared position.
 #include <fluxgrid/geometry/Check.h>
+#include <fluxgrid/io/Files.h>
 #include <fluxgrid/sensor/MEGSensor.h>
 
 #include <benchmark/benchmark.h>
@@ -118,15 +119,14 @@ std::vector<CMEGSensorqv> opmArray() {
     return sensors;
 }
 
+// The sensors' files one after the other, as a host reads them in turn.
 std::vector<BYTE> storedArray(std::vector<CMEGSensorqv>& sensors) {
-    CMemFile file;
-    {
-        CArchive ar(&file, CArchive::store);
-        for (CMEGSensorqv& sensor : sensors) {
-            sensor.serializeqv(ar);
-        }
+    std::vector<BYTE> bytes;
+    for (CMEGSensorqv& sensor : sensors) {
+        const std::vector<BYTE> one = fluxgrid::storeBytes(sensor).value();
+        bytes.insert(bytes.end(), one.begin(), one.end());
     }
-    return file.Data();
+    return bytes;
 }
 
 void countChannels(benchmark::State& state) {

@@ -150,26 +150,27 @@ void noElements(const ChannelView& channel, const CheckContext& context, Emitter
     }
 }
 
-void positionNotFinite(const ChannelView& channel, const CheckContext& context, Emitter& out) {
+// Reports each element in use whose `vector` (its position or its
+// orientation) is not finite.
+void reportNotFinite(const ChannelView& channel, const CheckContext& context, Emitter& out,
+                     Point3 (ChannelView::*vector)(int) const, std::string_view what) {
     for (int i = 0; i < channel.used; ++i) {
-        const Point3 p = channel.position(i);
-        if (!finite(p)) {
+        const Point3 v = (channel.*vector)(i);
+        if (!finite(v)) {
             out.channel(channel,
-                        elementWords(context, i) + " position " + triple(p) + " is not finite",
+                        elementWords(context, i) + " " + std::string(what) + " " + triple(v) +
+                            " is not finite",
                         {{"element", static_cast<double>(i), ""}});
         }
     }
 }
 
+void positionNotFinite(const ChannelView& channel, const CheckContext& context, Emitter& out) {
+    reportNotFinite(channel, context, out, &ChannelView::position, "position");
+}
+
 void orientationNotFinite(const ChannelView& channel, const CheckContext& context, Emitter& out) {
-    for (int i = 0; i < channel.used; ++i) {
-        const Point3 o = channel.orientation(i);
-        if (!finite(o)) {
-            out.channel(channel,
-                        elementWords(context, i) + " orientation " + triple(o) + " is not finite",
-                        {{"element", static_cast<double>(i), ""}});
-        }
-    }
+    reportNotFinite(channel, context, out, &ChannelView::orientation, "orientation");
 }
 
 void orientationZero(const ChannelView& channel, const CheckContext& context, Emitter& out) {

@@ -20,6 +20,8 @@ using fluxgrid::GeometryReport;
 using fluxgrid::Point3;
 using fluxgrid::Severity;
 using fluxgrid::test::codesOf;
+using fluxgrid::test::holds;
+using fluxgrid::test::onlyFinding;
 using fluxgrid::test::squidOf;
 using Codes = std::vector<std::string>;
 
@@ -35,13 +37,9 @@ class ChannelRules : public ::testing::Test {
 
     // The report has exactly one finding, of `code`, on channel 7.
     Finding only(const std::string& code) const {
-        const GeometryReport report = check();
-        EXPECT_EQ(codesOf(report), Codes{code});
-        if (report.findings.size() != 1) {
-            return {};
-        }
-        EXPECT_EQ(report.findings[0].channel, 7);
-        return report.findings[0];
+        const Finding finding = fluxgrid::test::onlyFinding(check(), code);
+        EXPECT_EQ(finding.channel, 7);
+        return finding;
     }
 
     CBscMagSnsqv& work(int channel, int element) {
@@ -70,7 +68,7 @@ TEST_F(ChannelRules, ANameOfSixteenCharactersIsLongerThanFifKeeps) {
     const Finding finding = only("name-too-long");
     EXPECT_EQ(finding.severity, Severity::warning);
     EXPECT_EQ(finding.name, "MEG0113ABCDEFGHI");
-    EXPECT_NE(finding.message.find("16 characters"), std::string::npos) << finding.message;
+    EXPECT_TRUE(holds(finding.message, "16 characters"));
     ASSERT_EQ(finding.values.size(), 1u);
     EXPECT_EQ(finding.values[0].value, 16.0);
 }
@@ -93,7 +91,7 @@ TEST_F(ChannelRules, ATypeCodeWithoutNameIsAWarning) {
     sensors[7].sensorType = 301;
     const Finding finding = only("type-unknown");
     EXPECT_EQ(finding.severity, Severity::warning);
-    EXPECT_NE(finding.message.find("301"), std::string::npos);
+    EXPECT_TRUE(holds(finding.message, "301"));
 }
 
 TEST_F(ChannelRules, AHardwareTypeWithoutRecordIsAWarning) {
@@ -109,8 +107,7 @@ TEST_F(ChannelRules, ARecordUnderAnotherHardwareTypeIsLostOnStoring) {
     sensors[7].hardwareType = 5;
     const Finding finding = only("record-unreachable");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("SQUID record under hardwareType 5"), std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message, "SQUID record under hardwareType 5"));
 }
 
 TEST_F(ChannelRules, AnOpmRecordUnderTheSquidTypeIsUnreachable) {
@@ -127,7 +124,7 @@ TEST_F(ChannelRules, AnElementCountOutsideTheEightSlotsIsAWarning) {
     squidOf(sensors[7]).totalCoils = -1;
     const Finding finding = only("element-count-out-of-range");
     EXPECT_EQ(finding.severity, Severity::warning);
-    EXPECT_NE(finding.message.find("totalCoils is -1"), std::string::npos) << finding.message;
+    EXPECT_TRUE(holds(finding.message, "totalCoils is -1"));
 }
 
 TEST_F(ChannelRules, AnMegChannelWithoutElementsInUseIsAnError) {
@@ -139,7 +136,7 @@ TEST_F(ChannelRules, AReferenceWithoutRecordHasNoElements) {
     sensors[7].cleanHardwareType();
     sensors[7].sensorType = 10;
     const Finding finding = only("no-elements");
-    EXPECT_NE(finding.message.find("no record"), std::string::npos) << finding.message;
+    EXPECT_TRUE(holds(finding.message, "no record"));
 }
 
 TEST_F(ChannelRules, AStimulusLineWithoutElementsPasses) {
@@ -152,9 +149,8 @@ TEST_F(ChannelRules, APositionNotFiniteIsAnError) {
     work(7, 1).posP4[2] = kNaN;
     const Finding finding = only("position-not-finite");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("element 1 (work frame) position"), std::string::npos)
-        << finding.message;
-    EXPECT_NE(finding.message.find("nan)"), std::string::npos) << finding.message;
+    EXPECT_TRUE(holds(finding.message, "element 1 (work frame) position"));
+    EXPECT_TRUE(holds(finding.message, "nan)"));
 }
 
 TEST_F(ChannelRules, AnOrientationNotFiniteIsAnError) {
@@ -175,9 +171,7 @@ TEST_F(ChannelRules, AnOrientationOffUnitLengthByMoreThanAHundredthIsAnError) {
     }
     const Finding finding = only("orientation-not-unit");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("has length 1.02, off 1 by 0.02 (limit 0.01)"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message, "has length 1.02, off 1 by 0.02 (limit 0.01)"));
 }
 
 TEST_F(ChannelRules, AnOrientationFromAThreeDecimalTableIsAWarning) {
@@ -188,12 +182,10 @@ TEST_F(ChannelRules, AnOrientationFromAThreeDecimalTableIsAWarning) {
     fluxgrid::test::setUpOpm(sensors[20], "OPM020", {100.0 * at[0], 100.0 * at[1], 100.0 * at[2]},
                              table);
     const GeometryReport report = check();
-    ASSERT_EQ(codesOf(report), Codes{"orientation-not-normalised"});
-    const Finding& finding = report.findings[0];
+    const Finding finding = onlyFinding(report, "orientation-not-normalised");
     EXPECT_EQ(finding.severity, Severity::warning);
     EXPECT_EQ(finding.channel, 20);
-    EXPECT_NE(finding.message.find("(0.301, -0.068, -0.948) has length 0.99696"), std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message, "(0.301, -0.068, -0.948) has length 0.99696"));
     ASSERT_EQ(finding.values.size(), 3u);
     EXPECT_EQ(finding.values[1].name, "length");
     EXPECT_DOUBLE_EQ(finding.values[1].value,
@@ -221,7 +213,7 @@ TEST_F(ChannelRules, ANegativeGainIsAWarning) {
     squidOf(sensors[7]).totalGain = -2.5;
     const Finding finding = only("gain-negative");
     EXPECT_EQ(finding.severity, Severity::warning);
-    EXPECT_NE(finding.message.find("-2.5"), std::string::npos);
+    EXPECT_TRUE(holds(finding.message, "-2.5"));
 }
 
 TEST_F(ChannelRules, TheGainIsReadAsStoredWithoutRecomputing) {

@@ -20,6 +20,7 @@ using fluxgrid::GeometryReport;
 using fluxgrid::LengthUnit;
 using fluxgrid::Severity;
 using fluxgrid::test::codesOf;
+using fluxgrid::test::holds;
 using fluxgrid::test::setFiducials;
 using Codes = std::vector<std::string>;
 
@@ -41,13 +42,10 @@ class HeadRules : public ::testing::Test {
 
     // The report has exactly one finding, of `code`, about the head.
     static Finding only(const GeometryReport& report, const std::string& code) {
-        EXPECT_EQ(codesOf(report), Codes{code});
-        if (report.findings.size() != 1) {
-            return {};
-        }
-        EXPECT_EQ(report.findings[0].channel, -1);
-        EXPECT_EQ(report.findings[0].file, "head.hl");
-        return report.findings[0];
+        const Finding finding = fluxgrid::test::onlyFinding(report, code);
+        EXPECT_EQ(finding.channel, -1);
+        EXPECT_EQ(finding.file, "head.hl");
+        return finding;
     }
 
     std::vector<CMEGSensorqv> helmet = fluxgrid::test::squidHelmet(20, 100.0, 50.0);
@@ -71,9 +69,7 @@ TEST_F(HeadRules, ANasionNotFiniteIsAnError) {
     setFiducials(head, {0, kNaN, -10}, {-70, 0, -20}, {70, 0, -20});
     const Finding finding = only(check(), "fiducial-not-finite");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("nasion (point 0) (0, nan, -10) is not finite"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message, "nasion (point 0) (0, nan, -10) is not finite"));
 }
 
 TEST_F(HeadRules, ALocationNotFiniteIsAnError) {
@@ -110,10 +106,9 @@ TEST_F(HeadRules, FiducialsInMetresReadAsMillimetresAreAnError) {
     setFiducials(head, {0, 0.08, -0.01}, {-0.07, 0, -0.02}, {0.07, 0, -0.02});
     const Finding finding = only(checkAlone(), "head-unit-mismatch");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("the ear points lie 0.14 mm apart: the fiducials look like "
-                                   "metres, not millimetres"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message,
+                      "the ear points lie 0.14 mm apart: the fiducials look like "
+                      "metres, not millimetres"));
 }
 
 TEST_F(HeadRules, FiducialsInCentimetresPassInCentimetres) {
@@ -127,18 +122,15 @@ TEST_F(HeadRules, EarPointsCloserThan50MillimetresAreAnError) {
     setFiducials(head, {0, 80, -10}, {-20, 0, -20}, {20, 0, -20});
     const Finding finding = only(check(), "ears-too-close");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("the ear points lie 40 mm apart (limit 50 mm)"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message, "the ear points lie 40 mm apart (limit 50 mm)"));
 }
 
 TEST_F(HeadRules, EarPointsFartherApartThan200MillimetresAreAWarning) {
     setFiducials(head, {0, 80, -10}, {-115, 0, -20}, {115, 0, -20});
     const Finding finding = only(checkAlone(), "ear-distance-unusual");
     EXPECT_EQ(finding.severity, Severity::warning);
-    EXPECT_NE(finding.message.find("the ear points lie 230 mm apart, outside the 100 to 200 mm"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(
+        holds(finding.message, "the ear points lie 230 mm apart, outside the 100 to 200 mm"));
 }
 
 TEST_F(HeadRules, EarPointsCloserThan100MillimetresAreAWarning) {
@@ -150,10 +142,9 @@ TEST_F(HeadRules, ANasionNearTheLineThroughTheEarsIsAnError) {
     setFiducials(head, {0, 3, -16}, {-70, 0, -20}, {70, 0, -20});
     const Finding finding = only(check(), "nasion-on-ear-line");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("the nasion lies 5 mm from the line through the ear points "
-                                   "(limit 10 mm)"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message,
+                      "the nasion lies 5 mm from the line through the ear points "
+                      "(limit 10 mm)"));
 }
 
 TEST_F(HeadRules, ANasionOutsideTheHelmetIsAnError) {
@@ -161,10 +152,9 @@ TEST_F(HeadRules, ANasionOutsideTheHelmetIsAnError) {
     const GeometryReport report = check();
     const Finding finding = only(report, "fiducial-outside-helmet");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("nasion (point 0) (0, 130, -10) mm lies 130.384 mm from the "
-                                   "centre of the helmet's sphere, outside its radius 100 mm"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message,
+                      "nasion (point 0) (0, 130, -10) mm lies 130.384 mm from the "
+                      "centre of the helmet's sphere, outside its radius 100 mm"));
     // Without sensors there is no helmet to stick out of.
     EXPECT_EQ(codesOf(checkAlone()), Codes{});
 }

@@ -20,6 +20,8 @@ using fluxgrid::LengthUnit;
 using fluxgrid::Point3;
 using fluxgrid::Severity;
 using fluxgrid::test::codesOf;
+using fluxgrid::test::holds;
+using fluxgrid::test::onlyFinding;
 using Codes = std::vector<std::string>;
 
 GeometryReport check(const std::vector<CMEGSensorqv>& sensors, const CheckOptions& options = {}) {
@@ -74,12 +76,10 @@ TEST(SetRules, ASecondChannelOfOneNameIsAnErrorNamingTheFirst) {
     std::vector<CMEGSensorqv> sensors = helmet();
     sensors[12].snsRawName = CString("MEG003");
     const GeometryReport report = check(sensors);
-    ASSERT_EQ(codesOf(report), Codes{"name-duplicate"});
-    const Finding& finding = report.findings[0];
+    const Finding finding = onlyFinding(report, "name-duplicate");
     EXPECT_EQ(finding.severity, Severity::error);
     EXPECT_EQ(finding.channel, 12);
-    EXPECT_NE(finding.message.find("#2 MEG003 (MEG003.sensor)"), std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message, "#2 MEG003 (MEG003.sensor)"));
     ASSERT_EQ(finding.values.size(), 1u);
     EXPECT_EQ(finding.values[0].value, 2.0);
 }
@@ -103,9 +103,8 @@ TEST(SetRules, ChannelsOnOneCircleFitNoSphere) {
         fluxgrid::test::setUpSquid(sensors[i], "MEG" + std::to_string(100 + i),
                                    {90 * n[0], 90 * n[1], 0.0}, n, 50.0);
     }
-    const GeometryReport report = check(sensors);
-    EXPECT_EQ(codesOf(report), Codes{"sphere-not-fitted"});
-    EXPECT_NE(report.findings[0].message.find("the points lie in one plane"), std::string::npos);
+    EXPECT_TRUE(holds(onlyFinding(check(sensors), "sphere-not-fitted").message,
+                      "the points lie in one plane"));
 }
 
 TEST(SetRules, ReferencesAloneFitNoSphere) {
@@ -135,10 +134,9 @@ TEST(SetRules, ReferencesStayOutOfTheSphere) {
 
 TEST(SetRules, AHelmetOfRadius200IsAWarning) {
     const GeometryReport report = check(fluxgrid::test::squidHelmet(20, 200.0, 50.0));
-    ASSERT_EQ(codesOf(report), Codes{"sphere-radius"});
-    const Finding& finding = report.findings[0];
+    const Finding finding = onlyFinding(report, "sphere-radius");
     EXPECT_EQ(finding.severity, Severity::warning);
-    EXPECT_NE(finding.message.find("has radius 200 mm"), std::string::npos) << finding.message;
+    EXPECT_TRUE(holds(finding.message, "has radius 200 mm"));
     EXPECT_EQ(finding.values[0].name, "radius");
     EXPECT_NEAR(finding.values[0].value, 200.0, 1e-9);
     EXPECT_EQ(finding.values[0].unit, "mm");
@@ -152,12 +150,10 @@ TEST(SetRules, PositionsInMetresReadAsMillimetresAreAnError) {
     // 306 channels 0.1 apart would all be closer than "1 mm" to their
     // neighbours: those rules stand aside.
     const GeometryReport report = check(fluxgrid::test::squidHelmet(306, 0.1, 0.05));
-    ASSERT_EQ(codesOf(report), Codes{"unit-mismatch"});
-    const Finding& finding = report.findings[0];
+    const Finding finding = onlyFinding(report, "unit-mismatch");
     EXPECT_EQ(finding.severity, Severity::error);
-    EXPECT_NE(finding.message.find("radius 0.1 mm"), std::string::npos) << finding.message;
-    EXPECT_NE(finding.message.find("look like metres, not millimetres"), std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message, "radius 0.1 mm"));
+    EXPECT_TRUE(holds(finding.message, "look like metres, not millimetres"));
 }
 
 TEST(SetRules, PositionsInMetresPassInMetres) {
@@ -170,8 +166,7 @@ TEST(SetRules, PositionsInMetresPassInMetres) {
 TEST(SetRules, PositionsInCentimetresReadAsMillimetresLookLikeCentimetres) {
     const GeometryReport report = check(fluxgrid::test::squidHelmet(20, 10.0, 5.0));
     ASSERT_EQ(codesOf(report), Codes{"unit-mismatch"});
-    EXPECT_NE(report.findings[0].message.find("look like centimetres, not millimetres"),
-              std::string::npos);
+    EXPECT_TRUE(holds(report.findings[0].message, "look like centimetres, not millimetres"));
 }
 
 TEST(SetRules, AnOrientationPointingInIsAnError) {
@@ -179,16 +174,14 @@ TEST(SetRules, AnOrientationPointingInIsAnError) {
     const Point3 n = orientationOf(sensors[7]);
     setOrientation(sensors[7], {-n[0], -n[1], -n[2]});
     const GeometryReport report = check(sensors);
-    ASSERT_EQ(codesOf(report), Codes{"orientation-inward"});
-    const Finding& finding = report.findings[0];
+    const Finding finding = onlyFinding(report, "orientation-inward");
     EXPECT_EQ(finding.severity, Severity::error);
     EXPECT_EQ(finding.channel, 7);
     EXPECT_EQ(finding.name, "MEG008");
     EXPECT_EQ(finding.file, "MEG008.sensor");
-    EXPECT_NE(finding.message.find("points 180 degrees from outward (radial component -1, limit "
-                                   "-0.5)"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message,
+                      "points 180 degrees from outward (radial component -1, limit "
+                      "-0.5)"));
 }
 
 TEST(SetRules, AnOrientation130DegreesFromOutwardIsInwardAnd110IsNot) {
@@ -219,14 +212,12 @@ TEST(SetRules, ASecondCoilInsideTheFirstIsAnError) {
         second[i] = p[i] - 50.0 * n[i];
     }
     const GeometryReport report = check(sensors);
-    ASSERT_EQ(codesOf(report), Codes{"gradiometer-inward"});
-    const Finding& finding = report.findings[0];
+    const Finding finding = onlyFinding(report, "gradiometer-inward");
     EXPECT_EQ(finding.severity, Severity::error);
     EXPECT_EQ(finding.channel, 7);
-    EXPECT_NE(finding.message.find("lies 50 mm from the sphere's centre, not farther out than the "
-                                   "first coil at 100 mm"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message,
+                      "lies 50 mm from the sphere's centre, not farther out than the "
+                      "first coil at 100 mm"));
 }
 
 // A clean single-axis OPM helmet and one more cell at channel 5's
@@ -247,14 +238,12 @@ TEST(SetRules, ACleanOpmHelmetHasNoFinding) {
 
 TEST(SetRules, AnOrthogonalCellAtOnePositionIsAMultiAxisSensor) {
     const GeometryReport report = check(withSecondCell(0.0, 90.0));
-    ASSERT_EQ(codesOf(report), Codes{"multi-axis"});
-    const Finding& finding = report.findings[0];
+    const Finding finding = onlyFinding(report, "multi-axis");
     EXPECT_EQ(finding.severity, Severity::note);
     EXPECT_EQ(finding.channel, 20);
-    EXPECT_NE(finding.message.find("0 mm from channel #5 OPM006 (OPM006.sensor), orientations 90 "
-                                   "degrees apart"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message,
+                      "0 mm from channel #5 OPM006 (OPM006.sensor), orientations 90 "
+                      "degrees apart"));
 }
 
 TEST(SetRules, OrthogonalWithinFiveDegreesIsStillMultiAxis) {
@@ -263,14 +252,12 @@ TEST(SetRules, OrthogonalWithinFiveDegreesIsStillMultiAxis) {
 
 TEST(SetRules, TwoCellsCloserThanAMillimetreAndNotOrthogonalOverlap) {
     const GeometryReport report = check(withSecondCell(0.5, 30.0));
-    ASSERT_EQ(codesOf(report), Codes{"channels-overlap"});
-    const Finding& finding = report.findings[0];
+    const Finding finding = onlyFinding(report, "channels-overlap");
     EXPECT_EQ(finding.severity, Severity::error);
     EXPECT_EQ(finding.channel, 20);
-    EXPECT_NE(finding.message.find("0.5 mm from channel #5 OPM006 (OPM006.sensor) (limit 1 mm), "
-                                   "orientations 30 degrees apart"),
-              std::string::npos)
-        << finding.message;
+    EXPECT_TRUE(holds(finding.message,
+                      "0.5 mm from channel #5 OPM006 (OPM006.sensor) (limit 1 mm), "
+                      "orientations 30 degrees apart"));
     EXPECT_EQ(codesOf(check(withSecondCell(0.0, 80.0))), Codes{"channels-overlap"});
 }
 

@@ -158,4 +158,17 @@ std::vector<std::string> codesOf(const GeometryReport& report) {
     return codes;
 }
 
+Finding onlyFinding(const GeometryReport& report, const std::string& code) {
+    EXPECT_EQ(codesOf(report), std::vector<std::string>{code});
+    return report.findings.size() == 1 && report.findings[0].code == code ? report.findings[0]
+                                                                          : Finding{};
+}
+
+::testing::AssertionResult holds(const std::string& text, const std::string& part) {
+    if (text.find(part) != std::string::npos) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << "\"" << text << "\" does not hold \"" << part << "\"";
+}
+
 }  // namespace fluxgrid::test

@@ -7,6 +7,8 @@
 #include <fluxgrid/headloc/HeadLocalization.h>
 #include <fluxgrid/sensor/MEGSensor.h>
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
@@ -60,5 +62,12 @@ void setHeadInHelmet(CHeadLocalization& head);
 
 /// The codes of a report's findings, in order.
 std::vector<std::string> codesOf(const GeometryReport& report);
+
+/// The report's one finding, which must be of `code`; with anything else
+/// the test fails and an empty finding comes back.
+Finding onlyFinding(const GeometryReport& report, const std::string& code);
+
+/// Success when `text` holds `part`; a failure shows both.
+::testing::AssertionResult holds(const std::string& text, const std::string& part);
 
 }  // namespace fluxgrid::test
