@@ -5,6 +5,7 @@
 #include "geometry/Vectors.h"
 #include "geometry/Wording.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
 #include <string>
@@ -76,7 +77,9 @@ void nameDuplicate(const CheckContext& context, Emitter& out) {
 }
 
 void sphereNotFitted(const CheckContext& context, Emitter& out) {
-    if (context.sphere.fitted || context.channels.empty()) {
+    // A set without MEG channels has nothing that needs the sphere.
+    const bool meg = std::ranges::any_of(context.channels, &ChannelView::isMeg);
+    if (context.sphere.fitted || !meg) {
         return;
     }
     out.set("no sphere fitted to the first elements of " + std::to_string(context.sphereChannels) +
@@ -209,7 +212,8 @@ void channelsOverlap(const CheckContext& context, Emitter& out) {
 constexpr Rule<SetCheck> kRules[] = {
     {"name-duplicate", Severity::error, "Two channels of the set share one name.", nameDuplicate},
     {"sphere-not-fitted", Severity::note,
-     "No sphere can be fitted to the MEG channels: fewer than 4 positions not in one plane.",
+     "The set has MEG channels, but fewer than 4 of their positions not in one plane: no sphere "
+     "can be fitted.",
      sphereNotFitted},
     {"sphere-radius", Severity::warning,
      "The sphere fitted to the MEG channels has a radius outside 50 to 150 mm.", sphereRadius},
