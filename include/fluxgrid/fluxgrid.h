@@ -41,6 +41,8 @@
 
 #include <fluxgrid/channels/ChannelTypes.h>
 
+#include <fluxgrid/geometry/Check.h>
+
 #include <fluxgrid/fields/FieldTable.h>
 #include <fluxgrid/fields/ObjectTree.h>
 
