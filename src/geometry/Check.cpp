@@ -98,6 +98,9 @@ GeometryReport check(std::span<const CheckedSensor> sensors, const CheckedHead* 
         report.referenceChannels += channel.isReference() ? 1 : 0;
     }
     report.sphere = context.sphere;
+    if (context.head) {
+        report.headUnit = context.head->unit;
+    }
     for (PlacedFinding& placed : runRules(context)) {
         report.findings.push_back(std::move(placed.finding));
     }

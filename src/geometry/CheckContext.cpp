@@ -108,16 +108,29 @@ std::vector<ClosePair> findClosePairs(const std::vector<ChannelView>& channels, 
     return pairs;
 }
 
-HeadView makeHeadView(const CheckedHead& checked) {
+// The unit given, or the one in which the ear points lie as far apart as a
+// head's, or the sensors'.
+LengthUnit headUnitOf(const CheckedHead& checked, const std::array<Point3, 3>& fiducials,
+                      LengthUnit sensorUnit) {
+    if (checked.unit) {
+        return *checked.unit;
+    }
+    const double ears = distance(fiducials[1], fiducials[2]);
+    for (LengthUnit unit : {LengthUnit::mm, LengthUnit::cm, LengthUnit::m}) {
+        if (std::isfinite(ears) && withinMillimetres(ears, unit, kNearestEarsMm, kFarthestEarsMm)) {
+            return unit;
+        }
+    }
+    return sensorUnit;
+}
+
+HeadView makeHeadView(const CheckedHead& checked, LengthUnit sensorUnit) {
     const CHeadLocalization& head = checked.head.get();
     HeadView view;
     view.head = &head;
     view.file = &checked.file;
-    view.unit = checked.unit;
-    // The point's position is elements 4 to 6 of its values.
-    for (int i = 0; i < 3; ++i) {
-        view.fiducials[i] = pointOf(head.fiducialCurrent.fidPts[i].ptValues + 4);
-    }
+    view.fiducials = fiducialPoints(head);
+    view.unit = headUnitOf(checked, view.fiducials, sensorUnit);
     view.location = pointOf(head.sensorLocation.sphereValues);
     view.rotation = pointOf(head.sensorRotation.sphereValues);
     view.empty = std::ranges::all_of(
@@ -181,7 +194,7 @@ CheckContext makeContext(std::span<const CheckedSensor> sensors, const CheckedHe
         context.closePairs = findClosePairs(context.channels, context.closeLimit);
     }
     if (head != nullptr) {
-        context.head = makeHeadView(*head);
+        context.head = makeHeadView(*head, options.unit);
     }
     return context;
 }
@@ -237,3 +250,22 @@ void Emitter::add(int place, Finding finding) {
 }
 
 }  // namespace fluxgrid::geometry
+
+namespace fluxgrid {
+
+std::vector<const CBscMagSns*> elementsInUse(const CMEGSensor& sensor, SensorFrame frame) {
+    geometry::ChannelView view;
+    geometry::readRecord(view, sensor, frame);
+    return {view.elements.begin(), view.elements.begin() + view.used};
+}
+
+std::array<Point3, 3> fiducialPoints(const CHeadLocalization& head) {
+    std::array<Point3, 3> points{};
+    // A point's position is elements 4 to 6 of its values.
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        points[i] = geometry::pointOf(head.fiducialCurrent.fidPts[i].ptValues + 4);
+    }
+    return points;
+}
+
+}  // namespace fluxgrid

@@ -20,6 +20,10 @@
 
 namespace fluxgrid::geometry {
 
+/// The distance of a head's ear points.
+inline constexpr double kNearestEarsMm = 100.0;
+inline constexpr double kFarthestEarsMm = 200.0;
+
 /// The radius of a helmet's sphere through its sensors.
 inline constexpr double kSmallestHelmetMm = 50.0;
 inline constexpr double kLargestHelmetMm = 150.0;

@@ -19,8 +19,6 @@ namespace {
 
 // Ear points of a head lie this far apart.
 constexpr double kEarsTooCloseMm = 50.0;
-constexpr double kNearestEarsMm = 100.0;
-constexpr double kFarthestEarsMm = 200.0;
 
 // The nasion stands in front of the line through the ear points.
 constexpr double kNasionOffLineMm = 10.0;

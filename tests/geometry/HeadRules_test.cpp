@@ -118,6 +118,26 @@ TEST_F(HeadRules, FiducialsInCentimetresPassInCentimetres) {
     EXPECT_EQ(codesOf(checkAlone()), Codes{"head-unit-mismatch"});
 }
 
+TEST_F(HeadRules, WithoutAUnitTheHeadIsJudgedInTheUnitItsEarsTell) {
+    setFiducials(head, {0, 8, -1}, {-7, 0, -2}, {7, 0, -2});
+    const GeometryReport inCentimetres = checkGeometry({}, CheckedHead{head, "head.hl", {}});
+    EXPECT_EQ(codesOf(inCentimetres), Codes{});
+    EXPECT_EQ(inCentimetres.headUnit, LengthUnit::cm);
+
+    setFiducials(head, {0, 80, -10}, {-70, 0, -20}, {70, 0, -20});
+    const GeometryReport inMillimetres = checkGeometry({}, CheckedHead{head, "head.hl", {}});
+    EXPECT_EQ(codesOf(inMillimetres), Codes{});
+    EXPECT_EQ(inMillimetres.headUnit, LengthUnit::mm);
+}
+
+TEST_F(HeadRules, WithoutAUnitEarsThatFitNoHeadAreJudgedInTheSensorsUnit) {
+    setFiducials(head, {0, 80, -10}, {-20, 0, -20}, {20, 0, -20});
+    const GeometryReport report =
+        checkGeometry(fluxgrid::test::checkedSet(helmet), CheckedHead{head, "head.hl", {}});
+    EXPECT_EQ(report.headUnit, LengthUnit::mm);
+    EXPECT_EQ(codesOf(report), Codes{"ears-too-close"});
+}
+
 TEST_F(HeadRules, EarPointsCloserThan50MillimetresAreAnError) {
     setFiducials(head, {0, 80, -10}, {-20, 0, -20}, {20, 0, -20});
     const Finding finding = only(check(), "ears-too-close");

@@ -53,9 +53,11 @@ void take(LoadedFile& loaded, bool headGiven, CheckedArray& array, std::vector<F
         array.headFile = loaded.file;
         return;
     }
-    found.push_back(fileFinding(Severity::note, "not-a-sensor", loaded.file,
-                                "a " + std::string(fileKindInfo(loaded.kind).title) +
-                                    " is no channel of an array; left out"));
+    const std::string_view title = fileKindInfo(loaded.kind).title;
+    const bool vowel = std::string_view("AEIOUaeiou").find(title.front()) != std::string_view::npos;
+    found.push_back(fileFinding(
+        Severity::note, "not-a-sensor", loaded.file,
+        (vowel ? "an " : "a ") + std::string(title) + " is no channel of an array; left out"));
 }
 
 void prepend(std::vector<Finding> found, GeometryReport& report) {

@@ -66,6 +66,9 @@ std::string checkSummary(const CheckedArray& array) {
                        std::string(lengthUnitWord(report.unit)) + ": " +
                        plural(report.errors, "error") + ", " + plural(report.warnings, "warning") +
                        ", " + plural(report.notes, "note");
+    if (report.headUnit) {
+        text += "; head localization in " + std::string(lengthUnitWord(*report.headUnit));
+    }
     if (report.sphere.fitted) {
         text += "; helmet sphere radius " + number(report.sphere.radius) + " " +
                 std::string(lengthUnitWord(report.unit));

@@ -1,12 +1,17 @@
 #include "Demo.h"
 
+#include "ArrayCheck.h"
+#include "Check.h"
 #include "Format.h"
 #include "LayoutSvg.h"
 #include "LayoutTables.h"
 #include "Output.h"
+#include "View.h"
 
+#include <fluxgrid/channels/ChannelTypes.h>
 #include <fluxgrid/fields/FieldTable.h>
 #include <fluxgrid/fluxgrid.h>
+#include <fluxgrid/geometry/SphereFit.h>
 #include <fluxgrid/io/Files.h>
 
 #include <sys/wait.h>
@@ -90,18 +95,39 @@ std::string fileName(std::size_t row, const CString& name) {
     return prefix + name.ToUtf8() + ".sensor";
 }
 
-MEG_OPM_NAME_POS_TYPE unitOrientation(const MEG_OPM_NAME_POS_TYPE& row) {
+// The helmet's sphere, fitted as the check fits it: to the positions of a
+// table's MEG channels.
+template <std::size_t N>
+SphereFit helmetOf(const MEG_OPM_NAME_POS_TYPE (&rows)[N]) {
+    std::vector<Point3> points;
+    for (const MEG_OPM_NAME_POS_TYPE& row : rows) {
+        if (channelType(row.sensorType).kind == ChannelKind::meg) {
+            points.push_back({row.posX, row.posY, row.posZ});
+        }
+    }
+    return fitSphere(points);
+}
+
+// A table row as a sensor is built from it: the tables give orientations to
+// three decimals and some of them point into the head, so the orientation is
+// made of unit length and turned outward from the helmet's centre.
+MEG_OPM_NAME_POS_TYPE outwardUnitRow(const MEG_OPM_NAME_POS_TYPE& row, const SphereFit& helmet) {
     MEG_OPM_NAME_POS_TYPE param = row;
     const double length =
         std::sqrt(row.ornX * row.ornX + row.ornY * row.ornY + row.ornZ * row.ornZ);
-    param.ornX = row.ornX / length;
-    param.ornY = row.ornY / length;
-    param.ornZ = row.ornZ / length;
+    const double radial = (row.posX - helmet.centre[0]) * row.ornX +
+                          (row.posY - helmet.centre[1]) * row.ornY +
+                          (row.posZ - helmet.centre[2]) * row.ornZ;
+    const double sign = radial < 0.0 ? -1.0 : 1.0;
+    param.ornX = sign * row.ornX / length;
+    param.ornY = sign * row.ornY / length;
+    param.ornZ = sign * row.ornZ / length;
     return param;
 }
 
 void buildOpm(CMEGSensorqv& s, std::size_t row, const MEG_OPM_NAME_POS_TYPE& source) {
-    MEG_OPM_NAME_POS_TYPE param = source;
+    static const SphereFit helmet = helmetOf(megLayout32);
+    MEG_OPM_NAME_POS_TYPE param = outwardUnitRow(source, helmet);
     s.initSensorInfo(1, source.sensorType, 1000 + static_cast<int>(row), 0, 2.7, 1.0, 1.0, 0.0);
     s.setAcqSnsParam(1, 0, &param, 1, 1, 1, 1);
     auto* opm = static_cast<CMegOpmqv*>(s.getBscSns());
@@ -121,7 +147,8 @@ void buildSquid(CMEGSensorqv& s, std::size_t row, const MEG_OPM_NAME_POS_TYPE& s
     s.initSensorInfo(0, source.sensorType, 0, 0, 1.0, 1.0, 1.0, 0.0);
     s.resetSensors();
     s.initSensorInfo(0, source.sensorType, 2000 + static_cast<int>(row), 1, 1.2, 10.0, 1.0, 0.0);
-    MEG_OPM_NAME_POS_TYPE pickup = unitOrientation(source);
+    static const SphereFit helmet = helmetOf(megLayout21);
+    MEG_OPM_NAME_POS_TYPE pickup = outwardUnitRow(source, helmet);
     MEG_OPM_NAME_POS_TYPE compensation = pickup;
     compensation.posX += kBaseline * pickup.ornX;
     compensation.posY += kBaseline * pickup.ornY;
@@ -229,24 +256,37 @@ HeadReport writeHeadLocalization(const fs::path& dir, int& failures) {
     return report;
 }
 
-// The fiducials of the OPM set in its own frame, the tables' head frame
-// (x to the subject's left, y up, z to the back; millimetres): the ear
-// points are A1 and A2 of the EEG tables, the nasion lies 40 mm below FP1
-// and FP2.
-constexpr std::array<std::array<double, 3>, 3> kOpmFiducials = {{
+// Where the fiducials of the OPM set point from the helmet's centre, in its
+// own frame, the tables' head frame (x to the subject's left, y up, z to
+// the back; millimetres): the ear points toward A1 and A2 of the EEG
+// tables, the nasion toward 40 mm below FP1 and FP2.
+constexpr std::array<Point3, 3> kOpmFiducialTargets = {{
     {0.0, 31.0, -105.0},
     {90.92224, 0.8736, -33.5347},
     {-90.92224, 0.8736, -33.5347},
 }};
+// A head sits inside the helmet: its fiducials lie at this part of the
+// helmet's radius from its centre.
+constexpr double kFiducialDepth = 0.85;
 
 // A head localization of the OPM set: the current fiducial set in the
 // sensors' frame, the head frame that the analysis packages are given.
 std::string writeOpmHeadLocalization(const fs::path& dir, int& failures) {
+    const SphereFit helmet = helmetOf(megLayout32);
     CHeadLocalizationqv h;
     const char* names[] = {"nasion", "left ear", "right ear"};
-    for (std::size_t i = 0; i < kOpmFiducials.size(); ++i) {
+    for (std::size_t i = 0; i < kOpmFiducialTargets.size(); ++i) {
+        Point3 toward{};
+        double length = 0.0;
+        for (int k = 0; k < 3; ++k) {
+            toward[k] = kOpmFiducialTargets[i][k] - helmet.centre[k];
+            length += toward[k] * toward[k];
+        }
+        const double scale = kFiducialDepth * helmet.radius / std::sqrt(length);
         CFiduciaryPtqv& point = h.fiducialCurrent.fidPts[i];
-        point.setFidPtPosition(kOpmFiducials[i][0], kOpmFiducials[i][1], kOpmFiducials[i][2]);
+        point.setFidPtPosition(helmet.centre[0] + scale * toward[0],
+                               helmet.centre[1] + scale * toward[1],
+                               helmet.centre[2] + scale * toward[2]);
         point.ptName = names[i];
     }
     h.headLocalText = "fluxgrid demo: fiducials of the OPM set, in its frame";
@@ -258,6 +298,60 @@ std::string writeOpmHeadLocalization(const fs::path& dir, int& failures) {
         printFailure(back.error());
     }
     return path;
+}
+
+struct CheckedSet {
+    std::string label;
+    std::string summary;
+    std::string view;
+    int errors = 0;
+};
+
+// Judges a set of sensor files as a user's `fluxgrid check` would, with the
+// head localization whose fiducials stand in their frame, and draws it.
+CheckedSet checkSet(const fs::path& dir, const std::string& label,
+                    std::optional<std::string> headloc, int& failures) {
+    ArrayInputs inputs;
+    inputs.paths = {(dir / "sensors" / label).string()};
+    inputs.headloc = std::move(headloc);
+    const CheckedArray array = checkArray(inputs);
+    CheckedSet set{label, checkSummary(array), (dir / "views" / (label + ".html")).string(),
+                   array.report.errors};
+    for (const Finding& finding : array.report.findings) {
+        if (finding.severity == Severity::error) {
+            std::cerr << "fluxgrid: " << formatFinding(finding) << '\n';
+        }
+    }
+    failures += set.errors > 0 ? 1 : 0;
+    if (writeText(viewPage(array, "LSP", "fluxgrid demo: " + label), set.view) != 0) {
+        ++failures;
+        set.view = "not written";
+    }
+    return set;
+}
+
+// The demo's own head localization alone, judged in its own unit.
+CheckedSet checkHeadLocalization(const std::string& path, int& failures) {
+    CheckedSet set{"headloc", "not loaded", "-", 1};
+    FileResult<LoadedFile> loaded = loadFile(path);
+    if (!loaded) {
+        printFailure(loaded.error());
+        ++failures;
+        return set;
+    }
+    const auto* head = loaded->get<CHeadLocalizationqv>();
+    const GeometryReport report = checkGeometry({}, CheckedHead{*head, path});
+    for (const Finding& finding : report.findings) {
+        if (finding.severity == Severity::error) {
+            std::cerr << "fluxgrid: " << formatFinding(finding) << '\n';
+        }
+    }
+    set.errors = report.errors;
+    set.summary = std::to_string(report.errors) + " errors, " + std::to_string(report.warnings) +
+                  " warnings, " + std::to_string(report.notes) + " notes; judged in " +
+                  std::string(lengthUnitWord(report.headUnit.value_or(LengthUnit::mm)));
+    failures += set.errors > 0 ? 1 : 0;
+    return set;
 }
 
 // Runs a program with its arguments, its output passed through; its exit
@@ -341,6 +435,12 @@ int runDemo(const std::string& dirName) {
     const HeadReport head = writeHeadLocalization(dir, failures);
     const std::string opmHeadloc = writeOpmHeadLocalization(dir, failures);
     const std::string info = writeMneInfo(dir, opmHeadloc, failures);
+    fs::create_directories(dir / "views");
+    const std::vector<CheckedSet> checked = {
+        checkSet(dir, "opm32", opmHeadloc, failures),
+        checkSet(dir, "squid21", std::nullopt, failures),
+        checkHeadLocalization(head.path, failures),
+    };
 
     std::vector<std::string> plots;
     fs::create_directories(dir / "layouts");
@@ -368,6 +468,10 @@ int runDemo(const std::string& dirName) {
                 number(head.location[0]).c_str(), number(head.location[1]).c_str(),
                 number(head.location[2]).c_str(), number(head.rotation[0]).c_str(),
                 number(head.rotation[1]).c_str(), number(head.rotation[2]).c_str());
+    std::printf("\ngeometry check:\n");
+    for (const CheckedSet& set : checked) {
+        std::printf("  %-8s %s\n", set.label.c_str(), set.summary.c_str());
+    }
     std::printf("\noutputs:\n");
     for (const SetReport& set : sets) {
         std::printf("  %-22s %s/\n", (set.hardware + " sensor files:").c_str(), set.folder.c_str());
@@ -375,6 +479,11 @@ int runDemo(const std::string& dirName) {
     std::printf("  %-22s %s\n", "head localization:", head.path.c_str());
     std::printf("  %-22s %s\n", "OPM set's fiducials:", opmHeadloc.c_str());
     std::printf("  %-22s %s\n", "MNE measurement info:", info.c_str());
+    for (const CheckedSet& set : checked) {
+        if (set.view != "-") {
+            std::printf("  %-22s %s\n", (set.label + " view:").c_str(), set.view.c_str());
+        }
+    }
     for (const std::string& plot : plots) {
         std::printf("  %-22s %s\n", "layout plot:", plot.c_str());
     }
@@ -382,7 +491,9 @@ int runDemo(const std::string& dirName) {
         std::printf("\n%d output(s) failed; see the messages above\n", failures);
         return 1;
     }
-    std::printf("\nevery file was written, loaded back and checked field by field\n");
+    std::printf(
+        "\nevery file was written, loaded back and checked field by field, and every set passed "
+        "the geometry check\n");
     return 0;
 }
 

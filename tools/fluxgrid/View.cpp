@@ -18,8 +18,7 @@ nlohmann::json triple(const double (&values)[4]) {
     return {values[0], values[1], values[2]};
 }
 
-nlohmann::json channelJson(const CMEGSensorqv& sensor, const std::string& file,
-                           SensorFrame frame) {
+nlohmann::json channelJson(const CMEGSensorqv& sensor, const std::string& file, SensorFrame frame) {
     const ChannelType type = channelTypeOf(sensor);
     nlohmann::json elements = nlohmann::json::array();
     for (const CBscMagSns* element : elementsInUse(sensor, frame)) {
@@ -100,28 +99,26 @@ void replaceOnce(std::string& page, std::string_view marker, const std::string& 
 
 }  // namespace
 
-std::string viewPage(const CheckedArray& array, const std::string& axes,
-                     const std::string& title) {
+std::string viewPage(const CheckedArray& array, const std::string& axes, const std::string& title) {
     const GeometryReport& report = array.report;
     nlohmann::json channels = nlohmann::json::array();
     for (std::size_t i = 0; i < array.sensors.size(); ++i) {
         channels.push_back(channelJson(*array.sensors[i], array.sensorFiles[i], report.frame));
     }
     const nlohmann::json check = checkJson(array);
-    nlohmann::json data = {{"title", title},
-                           {"files", array.files},
-                           {"frame", sensorFrameWord(report.frame)},
-                           {"unit", lengthUnitWord(report.unit)},
-                           {"axes", axes},
-                           {"axesToRas", axesMatrix(axes)},
-                           {"channels", channels},
-                           {"sphere", nullptr},
-                           {"fiducials", fiducialsJson(array)},
-                           {"findings", check["findings"]},
-                           {"counts",
-                            {{"errors", report.errors},
-                             {"warnings", report.warnings},
-                             {"notes", report.notes}}}};
+    nlohmann::json data = {
+        {"title", title},
+        {"files", array.files},
+        {"frame", sensorFrameWord(report.frame)},
+        {"unit", lengthUnitWord(report.unit)},
+        {"axes", axes},
+        {"axesToRas", axesMatrix(axes)},
+        {"channels", channels},
+        {"sphere", nullptr},
+        {"fiducials", fiducialsJson(array)},
+        {"findings", check["findings"]},
+        {"counts",
+         {{"errors", report.errors}, {"warnings", report.warnings}, {"notes", report.notes}}}};
     if (report.sphere.fitted) {
         data["sphere"] = {{"center", report.sphere.centre}, {"radius", report.sphere.radius}};
     }

@@ -13,8 +13,7 @@ namespace fluxgrid::tool {
 /// The page of an array. `axes` is the orientation code of the sensors'
 /// frame ("LSP" for the system's tables), so that the page labels the
 /// subject's right, front and top.
-std::string viewPage(const CheckedArray& array, const std::string& axes,
-                     const std::string& title);
+std::string viewPage(const CheckedArray& array, const std::string& axes, const std::string& title);
 
 /// Writes the page to `out` ("-" for standard output). Returns the exit
 /// status: 0 when the page is written, 1 when it is not or the inputs gave

@@ -1,6 +1,7 @@
 // The fluxgrid command-line tool. Exit status: 0 when the work is done, 1
 // when some of it failed, 2 on bad usage.
 #include "ChannelExport.h"
+#include "Check.h"
 #include "CommandLine.h"
 #include "CommandLineDocs.h"
 #include "Demo.h"
@@ -8,6 +9,7 @@
 #include "Layout.h"
 #include "Migrate.h"
 #include "Output.h"
+#include "View.h"
 
 #include <fluxgrid/io/Files.h>
 
@@ -125,6 +127,44 @@ int runCommandLine(int argc, char** argv) {
 
     const LayoutCommand layout(app);
 
+    ArrayInputs arrayInputs;
+    std::string frameWord = "dewar";
+    bool strict = false;
+    auto addArrayOptions = [&](CLI::App* command) {
+        command->add_option("PATH", arrayInputs.paths, "Sensor files, or folders of them")
+            ->required();
+        command
+            ->add_option("--headloc", arrayInputs.headloc,
+                         "Head localization file whose fiducials stand in the sensors' frame")
+            ->type_name("FILE");
+        command->add_option("--frame", frameWord, "Element frame to judge")
+            ->check(CLI::IsMember({"dewar", "head", "work"}))
+            ->capture_default_str()
+            ->type_name("FRAME");
+    };
+    auto* check = app.add_subcommand(
+        "check",
+        "Judge the geometry of a sensor array: orientations, coils, names, gains and "
+        "the head localization against the helmet");
+    addArrayOptions(check);
+    check->add_flag("--json", json, "Print one JSON object with every finding");
+    check->add_flag("--strict", strict, "Fail on warnings too");
+    check->footer(
+        helpFooter({"fluxgrid check demo/sensors/opm32 --headloc demo/headloc/opm32.headloc"}));
+
+    std::string viewOut = "view.html";
+    std::string viewAxes = "LSP";
+    auto* view = app.add_subcommand(
+        "view",
+        "Draw a sensor array in 3D as one self-contained HTML page, with the findings "
+        "of check");
+    addArrayOptions(view);
+    view->add_option("-o,--output", viewOut, "The page to write; - for standard output")
+        ->capture_default_str();
+    view->add_option("--axes", viewAxes, "Orientation code of the sensors' frame")
+        ->capture_default_str();
+    view->footer(helpFooter({"fluxgrid view demo/sensors/squid21 -o squid21.html"}));
+
     std::string demoDir = "./fluxgrid-demo";
     auto* demo = app.add_subcommand(
         "demo",
@@ -168,6 +208,11 @@ int runCommandLine(int argc, char** argv) {
         }
         if (layout.parsed()) {
             return layout.run();
+        }
+        if (check->parsed() || view->parsed()) {
+            arrayInputs.frame = *fluxgrid::sensorFrameFromWord(frameWord);
+            return check->parsed() ? runCheck(arrayInputs, json, strict)
+                                   : runView(arrayInputs, viewAxes, viewOut);
         }
         if (demo->parsed()) {
             return runDemo(demoDir);

@@ -36,6 +36,7 @@
 #include <fluxgrid/headloc/HeadLocalization.h>
 #include <fluxgrid/sensor/MEGSensor.h>
 
+#include <array>
 #include <functional>
 #include <optional>
 #include <span>
@@ -80,7 +81,10 @@ struct CheckedSensor {
 struct CheckedHead {
     std::reference_wrapper<const CHeadLocalization> head;
     std::string file;
-    LengthUnit unit = LengthUnit::mm;
+    /// None: the head localization's own unit, told by its ear points (the
+    /// unit in which they lie as far apart as a head's, 100 to 200 mm), or
+    /// the sensors' unit when no unit makes them so.
+    std::optional<LengthUnit> unit = std::nullopt;
 };
 
 struct CheckOptions {
@@ -128,6 +132,8 @@ struct GeometryReport {
     int channels = 0;
     int megChannels = 0;
     int referenceChannels = 0;
+    /// The unit in which the head localization was judged; none without one.
+    std::optional<LengthUnit> headUnit;
     /// The sphere fitted to the first elements of the MEG channels, in the
     /// sensors' frame and unit.
     SphereFit sphere;
@@ -150,6 +156,15 @@ GeometryReport checkGeometry(std::span<const CheckedSensor> sensors,
 /// The fiducials are taken to lie in the sensors' frame.
 GeometryReport checkGeometry(std::span<const CheckedSensor> sensors, const CheckedHead& head,
                              const CheckOptions& options = {});
+
+/// The elements in use of one frame of a sensor's record (the count
+/// clamped to 0..8), the record opened as it was made; none without a
+/// record. What the rules judge, and what a viewer draws.
+std::vector<const CBscMagSns*> elementsInUse(const CMEGSensor& sensor, SensorFrame frame);
+
+/// The nasion (point 0) and the two ear points (1 and 2) of a head
+/// localization's current fiducial set.
+std::array<Point3, 3> fiducialPoints(const CHeadLocalization& head);
 
 /// What a rule is about.
 enum class RuleScope { channel, set, head };
