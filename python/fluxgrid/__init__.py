@@ -7,8 +7,9 @@ and loading and storing go through the library's code, byte for byte.
 
     >>> import fluxgrid as fg
     >>> s = fg.read_sensor("MLC11.sensor")
-    >>> s.snsRawName, s.type_name, s.hardware_kind
+    >>> s.snsRawName, s.type_name, s.hardware_kind, s.channel_kind
     >>> s.positions(frame="dewar")       # (n, 3) of the elements in use
+    >>> fg.channel_type(700, opm=True)   # ChannelType(code=700, name="TIME", kind="meg", ...)
     >>> fg.write(s, "MLC11-new.sensor")  # the newest version, atomically
 """
 
@@ -22,7 +23,10 @@ from ._errors import (
     TruncatedFileError,
 )
 from ._fluxgrid import (
+    FRAMES,
+    ChannelType,
     Coil,
+    ElementGeometry,
     FiducialPoint,
     FiducialSet,
     Geom,
@@ -36,6 +40,8 @@ from ._fluxgrid import (
     Vapor,
     __version__,
     axes_to_ras,
+    channel_type,
+    channel_type_codes,
     layout_names,
 )
 from ._files import (
@@ -50,13 +56,15 @@ from ._files import (
     write,
 )
 from ._layouts import Layout, layout
-from . import _sensor  # noqa: F401  (adds the Pythonic helpers to Sensor)
 
 __all__ = [
     "__version__",
+    "ChannelType",
     "Coil",
+    "ElementGeometry",
     "Error",
     "FILE_KINDS",
+    "FRAMES",
     "FileFormatError",
     "FiducialPoint",
     "FiducialSet",
@@ -74,6 +82,8 @@ __all__ = [
     "TruncatedFileError",
     "Vapor",
     "axes_to_ras",
+    "channel_type",
+    "channel_type_codes",
     "layout",
     "layout_names",
     "read",

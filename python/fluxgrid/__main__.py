@@ -17,7 +17,7 @@ from typing import List, Optional
 from . import _geometry
 from ._errors import Error
 from ._files import read_headloc, read_sensor, read_sensors
-from ._sensor import FRAMES
+from ._fluxgrid import FRAMES
 
 
 def _parser() -> argparse.ArgumentParser:

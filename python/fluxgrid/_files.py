@@ -4,37 +4,40 @@ from __future__ import annotations
 
 import os
 from pathlib import Path
-from typing import Iterable, List, NamedTuple, Optional, Tuple, Union
+from typing import TYPE_CHECKING, Iterable, List, NamedTuple, Tuple, Union
 
 from . import _fluxgrid
 
 PathLike = Union[str, "os.PathLike[str]"]
-FileObject = Union[
-    _fluxgrid.Coil,
-    _fluxgrid.Vapor,
-    _fluxgrid.SquidRecord,
-    _fluxgrid.OpmRecord,
-    _fluxgrid.Sensor,
-    _fluxgrid.HeadLocalization,
-]
 
 
 class FileKind(NamedTuple):
-    """One kind of file: its word, title, magic, accepted versions and the
-    version a store writes."""
+    """One kind of file: its word, title, magic, accepted versions, the
+    version a store writes and the class of the object it holds."""
 
     word: str
     title: str
     magic: str
     accepted: Tuple[int, ...]
     written: int
+    type: type
 
 
 #: The six kinds, in the library's order.
 FILE_KINDS: Tuple[FileKind, ...] = tuple(
-    FileKind(k["word"], k["title"], k["magic"], tuple(k["accepted"]), k["written"])
+    FileKind(k["word"], k["title"], k["magic"], tuple(k["accepted"]), k["written"], k["type"])
     for k in _fluxgrid._FILE_KINDS
 )
+
+#: The classes of the objects that files hold, in the order of the kinds.
+FILE_CLASSES: Tuple[type, ...] = tuple(k.type for k in FILE_KINDS)
+
+if TYPE_CHECKING:
+    # The union of those classes, as the generated stub of the extension
+    # spells it for the type checkers.
+    from ._fluxgrid import FileObject
+else:
+    FileObject = Union[FILE_CLASSES]
 
 
 def read(

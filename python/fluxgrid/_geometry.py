@@ -15,8 +15,7 @@ from typing import List, Optional, Sequence, Tuple, Union
 
 import numpy as np
 
-from ._fluxgrid import FiducialSet, HeadLocalization, OpmRecord, Sensor, SquidRecord, axes_to_ras
-from ._sensor import elements_in_use
+from ._fluxgrid import FiducialSet, HeadLocalization, Sensor, axes_to_ras
 
 #: Units of the sensor files' lengths in a metre.
 UNITS_PER_METRE = {"m": 1.0, "cm": 100.0, "mm": 1000.0}
@@ -53,24 +52,6 @@ class Frame:
         if np.any(norms == 0) or not np.all(np.isfinite(norms)):
             raise ValueError("an orientation of zero length or not finite has no direction")
         return vectors / norms
-
-
-def channel_kind(sensor: Sensor) -> str:
-    """"meg", "ref", "eeg", "stim" or "misc", from the sensor type code. A
-    sensor with an OPM record takes 700 as an MEG channel and 800 as an MEG
-    reference, the codes the OPM setup dialog stores."""
-    code = sensor.sensorType
-    if isinstance(sensor.hardware, OpmRecord) and code in (700, 800):
-        return "meg" if code == 700 else "ref"
-    if 100 <= code <= 103:
-        return "meg"
-    if 10 <= code <= 13:
-        return "ref"
-    if code in (300, 302, 303):
-        return "eeg"
-    if 600 <= code <= 602:
-        return "stim"
-    return "misc"
 
 
 def plane_vectors(ez: np.ndarray) -> Tuple[np.ndarray, np.ndarray]:
@@ -124,32 +105,32 @@ class Channel:
 
 def channel(sensor: Sensor, frame: str, axes: Frame) -> Channel:
     """The channel of a sensor, from the first element in use of `frame`;
-    with two coils of a SQUID record, an axial gradiometer of both."""
-    kind = channel_kind(sensor)
-    positions = sensor.positions(frame)
-    if len(positions) == 0:
-        return Channel(sensor.snsRawName, kind, sensor.hardware_kind, None, None)
-    r = axes.positions(positions)
-    n = axes.directions(sensor.orientations(frame)[:1])[0] if kind in ("meg", "ref") else None
-    result = Channel(sensor.snsRawName, kind, sensor.hardware_kind, r[0], n)
-    record = sensor.hardware
-    if kind in ("meg", "ref") and isinstance(record, SquidRecord) and len(r) >= 2:
-        elements = elements_in_use(sensor, frame)
+    with two coils of a SQUID record, an axial gradiometer of both. The
+    kind is the library's meaning of the sensor type code."""
+    kind, hardware = sensor.channel_kind, sensor.hardware_kind
+    elements = sensor.element_geometry(frame)
+    if len(elements.positions) == 0:
+        return Channel(sensor.snsRawName, kind, hardware, None, None)
+    r = axes.positions(elements.positions)
+    magnetic = kind in ("meg", "ref")
+    n = axes.directions(elements.orientations[:1])[0] if magnetic else None
+    result = Channel(sensor.snsRawName, kind, hardware, r[0], n)
+    if magnetic and hardware == "squid" and len(r) >= 2:
         # The second coil lies along the normal, on the side its position
         # says, at the baseline the sensor gives.
         side = 1.0 if np.dot(r[1] - r[0], n) >= 0 else -1.0
         baseline = side * sensor.getCoilBaseLine() / UNITS_PER_METRE[axes.unit]
         # The second coil is wound against the first, whatever sign the
         # records give its turns; their ratio weighs it.
-        turns = elements[0].coilTurns
-        weight = -abs(elements[1].coilTurns / turns) if turns else -1.0
-        area = elements[0].coilArea
+        turns = int(elements.turns[0])
+        weight = -abs(int(elements.turns[1]) / turns) if turns else -1.0
+        area = float(elements.areas[0])
         result.baseline = baseline
         result.size = (
             2.0 * np.sqrt(area / np.pi) / UNITS_PER_METRE[axes.unit]
             if np.isfinite(area) and area > 0 else 0.0
         )
-        n2 = axes.directions(sensor.orientations(frame)[1:2])[0]
+        n2 = axes.directions(elements.orientations[1:2])[0]
         result.coils = [Coil(r[0], n, 1.0), Coil(r[0] + baseline * n, n2, weight)]
     return result
 

@@ -117,9 +117,8 @@ def to_info(
     frame is left-handed. `loc` holds r0 and a right-handed orthonormal ex,
     ey, ez with ez along the element's orientation.
 
-    Channel kinds follow the sensor type codes: 100 to 103 MEG, 10 to 13 MEG
-    reference, 300, 302 and 303 EEG, 600 to 602 stimulus, others misc; with
-    an OPM record 700 is MEG and 800 a reference. OPM channels get
+    Channel kinds are the library's meaning of the sensor type codes
+    (`Sensor.channel_kind`, see `fluxgrid.channel_type`). OPM channels get
     `opm_coil_type` (MNE's point magnetometer unless told), two-coil SQUID
     channels an axial gradiometer type of `coil_def_text`, one-coil ones a
     point magnetometer.

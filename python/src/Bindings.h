@@ -1,5 +1,5 @@
 // What the parts of the extension share: the text conversion, the capture of
-// message boxes and the entry of each part.
+// message boxes, the named tuples and the entry of each part.
 #pragma once
 
 #include <fluxgrid/platform/CString.h>
@@ -10,11 +10,24 @@
 #include <pybind11/stl.h>
 #include <pybind11/stl/filesystem.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+namespace fluxgrid::python {
+
+/// A tuple whose type the signatures (and so the type stub) give as
+/// `Name::text`: a named tuple of the extension, or a tuple of given items.
+template <class Name>
+class TypedTuple : public pybind11::tuple {
+  public:
+    PYBIND11_OBJECT_DEFAULT(TypedTuple, pybind11::tuple, PyTuple_Check)
+};
+
+}  // namespace fluxgrid::python
 
 namespace pybind11::detail {
 
@@ -35,6 +48,11 @@ struct type_caster<CString> {
         const std::string utf8 = text.ToUtf8();
         return PyUnicode_DecodeUTF8(utf8.data(), static_cast<Py_ssize_t>(utf8.size()), "replace");
     }
+};
+
+template <class Name>
+struct handle_type_name<fluxgrid::python::TypedTuple<Name>> {
+    static constexpr auto name = Name::text;
 };
 
 }  // namespace pybind11::detail
@@ -71,8 +89,20 @@ decltype(auto) withBoxesAsWarnings(F&& f) {
     }
 }
 
+/// A field of a named tuple: its name and its type as a stub writes it.
+struct TupleField {
+    const char* name;
+    const char* type;
+};
+
+/// Defines the `typing.NamedTuple` class `name` with `fields` in `m`, and
+/// returns it.
+py::object defineNamedTuple(py::module_& m, const char* name,
+                            std::initializer_list<TupleField> fields, const char* doc);
+
 void bindRecords(py::module_& m);
 void bindFiles(py::module_& m);
 void bindLayouts(py::module_& m);
+void bindChannels(py::module_& m);
 
 }  // namespace fluxgrid::python

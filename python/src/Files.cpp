@@ -6,9 +6,13 @@
 #include <fluxgrid/io/Files.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace fluxgrid::python {
 
@@ -113,35 +117,58 @@ py::object loadFromBytes(const py::bytes& data, const std::string& name, std::ui
     return objectOf(*loaded);
 }
 
-// Runs `f` on the object if it is of one of the six file kinds.
+// Calls `f` with std::integral_constant<FileKind, K>, for each kind K of the
+// table in its order.
 template <class F>
-auto withFileObject(const py::handle& object, F f) {
-    if (py::isinstance<CMagCoilqv>(object)) {
-        return f(object.cast<CMagCoilqv&>());
+void forEachFileKind(F&& f) {
+    [&f]<std::size_t... I>(std::index_sequence<I...>) {
+        (f(std::integral_constant<FileKind, kFileKinds[I].kind>{}), ...);
     }
-    if (py::isinstance<CMagVaporqv>(object)) {
-        return f(object.cast<CMagVaporqv&>());
+    (std::make_index_sequence<kFileKinds.size()>{});
+}
+
+// The class that holds a file of the kind `K` (an integral constant).
+template <class K>
+using FileClass = typename FileObjectOf<K::value>::type;
+
+// The Python class of the kind `K` (an integral constant).
+template <class K>
+py::type pythonClassOf(K /*kind*/) {
+    return py::type::of<FileClass<K>>();
+}
+
+// "a Coil, Vapor, ... or HeadLocalization": the Python names of the classes
+// of the kinds.
+std::string fileClassNames() {
+    std::vector<std::string> names;
+    forEachFileKind(
+        [&names](auto kind) { names.push_back(py::str(pythonClassOf(kind).attr("__name__"))); });
+    std::string words = "a " + names.front();
+    for (std::size_t i = 1; i < names.size(); ++i) {
+        words += (i + 1 == names.size() ? " or " : ", ") + names[i];
     }
-    if (py::isinstance<CMegSquidqv>(object)) {
-        return f(object.cast<CMegSquidqv&>());
+    return words;
+}
+
+// Runs `f` on the object if it is of the class of one of the kinds.
+template <class R, class F>
+R withFileObject(const py::handle& object, F f) {
+    std::optional<R> result;
+    forEachFileKind([&](auto kind) {
+        using T = FileClass<decltype(kind)>;
+        if (!result && py::isinstance<T>(object)) {
+            result.emplace(f(object.cast<T&>()));
+        }
+    });
+    if (!result) {
+        throw py::type_error("only " + fileClassNames() + " is a file of its own, not a " +
+                             py::str(py::type::of(object).attr("__name__")).cast<std::string>());
     }
-    if (py::isinstance<CMegOpmqv>(object)) {
-        return f(object.cast<CMegOpmqv&>());
-    }
-    if (py::isinstance<CMEGSensorqv>(object)) {
-        return f(object.cast<CMEGSensorqv&>());
-    }
-    if (py::isinstance<CHeadLocalizationqv>(object)) {
-        return f(object.cast<CHeadLocalizationqv&>());
-    }
-    throw py::type_error(
-        "only a Coil, Vapor, SquidRecord, OpmRecord, Sensor or HeadLocalization "
-        "is a file of its own, not a " +
-        py::str(py::type::of(object).attr("__name__")).cast<std::string>());
+    return std::move(*result);
 }
 
 py::bytes storeToBytes(const py::object& object) {
-    return withFileObject(object, [](auto& held) {
+    return withFileObject<py::bytes>(object, [](auto& held) {
         FileResult<std::vector<BYTE>> bytes = storeBytes(held);
         if (!bytes) {
             raise(bytes.error());
@@ -151,7 +178,7 @@ py::bytes storeToBytes(const py::object& object) {
 }
 
 std::size_t store(const py::object& object, const std::filesystem::path& path) {
-    return withFileObject(object, [&path](auto& held) {
+    return withFileObject<std::size_t>(object, [&path](auto& held) {
         FileResult<std::size_t> written = [&] {
             py::gil_scoped_release release;
             return storeFile(path, held);
@@ -182,7 +209,8 @@ void bindFiles(py::module_& m) {
     m.def("_store_bytes", &storeToBytes, py::arg("object"));
     m.def("_header", &header, py::arg("path"));
     py::list kinds;
-    for (const FileKindInfo& info : kFileKinds) {
+    forEachFileKind([&kinds](auto kind) {
+        const FileKindInfo& info = fileKindInfo(kind);
         py::dict entry;
         entry["word"] = std::string(info.word);
         entry["title"] = std::string(info.title);
@@ -190,8 +218,9 @@ void bindFiles(py::module_& m) {
         entry["accepted"] =
             py::tuple(py::cast(std::vector<int>(info.accepted.begin(), info.accepted.end())));
         entry["written"] = info.written;
+        entry["type"] = pythonClassOf(kind);
         kinds.append(entry);
-    }
+    });
     m.attr("_FILE_KINDS") = kinds;
 }
 

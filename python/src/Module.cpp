@@ -1,5 +1,5 @@
-// The extension `fluxgrid._fluxgrid`: the library's records, files and
-// layout tables. The package `fluxgrid` puts the Python face on it.
+// The extension `fluxgrid._fluxgrid`: the library's records, files, layout
+// tables and channel types. The package `fluxgrid` puts the Python face on it.
 #include "Bindings.h"
 
 #include <fluxgrid/platform/Exceptions.h>
@@ -22,11 +22,24 @@ void warnTexts(const std::vector<std::string>& texts, const char* category) {
     }
 }
 
+py::object defineNamedTuple(py::module_& m, const char* name,
+                            std::initializer_list<TupleField> fields, const char* doc) {
+    py::list members;
+    for (const TupleField& field : fields) {
+        members.append(py::make_tuple(field.name, field.type));
+    }
+    py::object cls = py::module_::import("typing").attr("NamedTuple")(name, members);
+    cls.attr("__module__") = m.attr("__name__");
+    cls.attr("__doc__") = doc;
+    m.attr(name) = cls;
+    return cls;
+}
+
 }  // namespace fluxgrid::python
 
 PYBIND11_MODULE(_fluxgrid, m) {
     using namespace fluxgrid::python;
-    m.doc() = "The records, files and layout tables of the fluxgrid library.";
+    m.doc() = "The records, files, layout tables and channel types of the fluxgrid library.";
     m.attr("__version__") = FLUXGRID_VERSION;
     // The library's own exceptions out of any call become fluxgrid.Error.
     py::register_exception_translator([](std::exception_ptr thrown) {
@@ -41,4 +54,5 @@ PYBIND11_MODULE(_fluxgrid, m) {
     bindRecords(m);
     bindFiles(m);
     bindLayouts(m);
+    bindChannels(m);
 }

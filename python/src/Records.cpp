@@ -4,10 +4,16 @@
 // and those values.
 #include "Fields.h"
 
+#include <fluxgrid/channels/ChannelTypes.h>
+#include <fluxgrid/io/Files.h>
 #include <fluxgrid/sensor/MEGSensor.h>
 
 #include <array>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <tuple>
+#include <vector>
 
 namespace fluxgrid::python {
 
@@ -109,6 +115,197 @@ void bindHardwareRecords(py::module_& m) {
              py::arg("thirdGain"), py::arg("gainOffset"), "Sets the gain chain.")
         .def("checkInitVapors", &CMegOpmqv::checkInitVapors, py::arg("count"),
              "Checks and sets the number of vapor cells in use.");
+}
+
+// The final class of a record part that the field table opens: a SQUID or
+// OPM record, or the common part of a record of neither kind.
+template <class Part>
+using FinalRecord =
+    std::conditional_t<std::is_same_v<Part, CMegSquid>, CMegSquidqv,
+                       std::conditional_t<std::is_same_v<Part, CMegOpm>, CMegOpmqv, CMegGrdBscqv>>;
+
+// Calls `f` with std::type_identity of the final class of the sensor's
+// record, taken as the field table takes it; false without a record.
+template <class F>
+bool withRecordClass(const CMEGSensor& sensor, F&& f) {
+    return fields::withHardwareRecord(sensor, [&f](const auto& part) {
+        f(std::type_identity<FinalRecord<std::remove_cvref_t<decltype(part)>>>{});
+    });
+}
+
+// "squid" or "opm": the word of the file kind of the sensor's record; none
+// without a record or for one of neither kind.
+std::optional<std::string> hardwareKind(const CMEGSensorqv& sensor) {
+    std::optional<std::string> kind;
+    withRecordClass(sensor, [&kind](auto record) {
+        using Final = typename decltype(record)::type;
+        if constexpr (FileObject<Final>) {
+            kind = std::string(fileKindInfo(kFileKindOf<Final>).word);
+        }
+    });
+    return kind;
+}
+
+// The frames of a record's elements: the package's words for them and the
+// numbers of the library's accessors.
+struct ElementFrame {
+    std::string_view word;
+    int number;
+};
+
+constexpr std::array<ElementFrame, 3> kElementFrames = {{{"dewar", 2}, {"head", 1}, {"work", 0}}};
+
+int frameNumber(const std::string& word) {
+    std::string words;
+    for (const ElementFrame& frame : kElementFrames) {
+        if (frame.word == word) {
+            return frame.number;
+        }
+        words += (words.empty() ? "" : ", ") + std::string(frame.word);
+    }
+    throw py::value_error("frame must be one of " + words + ", not " +
+                          py::repr(py::str(word)).cast<std::string>());
+}
+
+// The elements in use of one frame, through the library's accessors: as
+// many as the record counts, within its eight slots. None without a record
+// that matches the hardware type.
+std::vector<CBscMagSnsqv*> elementsInUse(const CMEGSensor& sensor, const std::string& frame) {
+    const int number = frameNumber(frame);
+    const int count = sensor.getTotalCoils();
+    std::vector<CBscMagSnsqv*> elements;
+    for (int i = 0; i < count; ++i) {
+        CBscMagSnsqv* element = sensor.getCoilWkHdDw(number, i);
+        if (element == nullptr) {
+            break;
+        }
+        elements.push_back(element);
+    }
+    return elements;
+}
+
+struct ElementsName {
+    static constexpr auto text = py::detail::const_name("Tuple[Union[Coil, Vapor], ...]");
+};
+
+// The elements as live Coil or Vapor records, which the record's object
+// keeps alive. The accessors give them from the record that matches the
+// hardware type, so that type tells their class: coils for 0, cells for 1.
+
+TypedTuple<ElementsName> elementObjects(const CMEGSensorqv& sensor, const std::string& frame) {
+    const std::vector<CBscMagSnsqv*> elements = elementsInUse(sensor, frame);
+    py::tuple objects(elements.size());
+    if (elements.empty()) {
+        return objects;
+    }
+    const py::object record = hardwareRecordOf(sensor);
+    const auto policy = py::return_value_policy::reference_internal;
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        objects[i] = sensor.hardwareType == 0
+                         ? py::cast(static_cast<CMagCoilqv*>(elements[i]), policy, record)
+                         : py::cast(static_cast<CMagVaporqv*>(elements[i]), policy, record);
+    }
+    return objects;
+}
+
+// x, y and z of a four-value field of each element (posP4 or oriP4), a row
+// each: a new (n, 3) array.
+py::array_t<double> elementRows(const std::vector<CBscMagSnsqv*>& elements,
+                                double (CBscMagSns::*field)[4]) {
+    py::array_t<double> rows(
+        std::vector<py::ssize_t>{static_cast<py::ssize_t>(elements.size()), 3});
+    auto out = rows.mutable_unchecked<2>();
+    for (py::ssize_t i = 0; i < out.shape(0); ++i) {
+        for (py::ssize_t k = 0; k < 3; ++k) {
+            out(i, k) = (elements[i]->*field)[k];
+        }
+    }
+    return rows;
+}
+
+// The rows of a four-value field of the elements in use of a frame.
+auto frameRows(double (CBscMagSns::*field)[4]) {
+    return [field](const CMEGSensorqv& s, const std::string& frame) {
+        return elementRows(elementsInUse(s, frame), field);
+    };
+}
+
+// A scalar field of each element: a new (n,) array.
+template <class T>
+py::array_t<T> elementValues(const std::vector<CBscMagSnsqv*>& elements, T CBscMagSns::*field) {
+    py::array_t<T> values(static_cast<py::ssize_t>(elements.size()));
+    auto out = values.template mutable_unchecked<1>();
+    for (py::ssize_t i = 0; i < out.shape(0); ++i) {
+        out(i) = elements[i]->*field;
+    }
+    return values;
+}
+
+struct ElementGeometryName {
+    static constexpr auto text = py::detail::const_name("ElementGeometry");
+};
+
+// The helpers that hosts of the package use, over the library's own
+// accessors and fields.
+void bindSensorHelpers(py::module_& m, Class<CMEGSensorqv>& sensor) {
+    m.attr("FRAMES") = [] {
+        py::tuple words(kElementFrames.size());
+        for (std::size_t i = 0; i < kElementFrames.size(); ++i) {
+            words[i] = py::str(std::string(kElementFrames[i].word));
+        }
+        return words;
+    }();
+    const py::object geometryClass = defineNamedTuple(
+        m, "ElementGeometry",
+        {{"positions", "npt.NDArray[np.float64]"},
+         {"orientations", "npt.NDArray[np.float64]"},
+         {"turns", "npt.NDArray[np.int32]"},
+         {"areas", "npt.NDArray[np.float64]"}},
+        "The elements in use of one frame, read once: (n, 3) positions (posP4), (n, 3) "
+        "orientations (oriP4), (n,) turns (coilTurns) and (n,) areas (coilArea), new arrays.");
+    sensor
+        .def_property_readonly(
+            "name", [](const CMEGSensorqv& s) { return s.snsRawName; },
+            "The raw name, snsRawName: the channel's name.")
+        .def_property_readonly(
+            "type_name", [](const CMEGSensorqv& s) { return s.getSensorTypeName(); },
+            "The name of the sensor type code, as getSensorTypeName gives it.")
+        .def_property_readonly("hardware_kind", &hardwareKind,
+                               "\"squid\", \"opm\" or None: the kind of record the sensor holds.")
+        .def_property_readonly(
+            "channel_kind",
+            [](const CMEGSensorqv& s) {
+                return std::string(channelKindWord(channelTypeOf(s).kind));
+            },
+            "\"meg\", \"ref\", \"eeg\", \"stim\" or \"misc\": the kind of channel of the sensor "
+            "type code, judged by the record the sensor holds (see channel_type).")
+        .def("elements", &elementObjects, py::arg("frame") = "work",
+             "The elements in use of `frame` (\"dewar\", \"head\" or \"work\"): live Coil or Vapor "
+             "records of the record that matches the hardware type; none without one.")
+        .def("positions", frameRows(&CBscMagSns::posP4), py::arg("frame") = "work",
+             "(n, 3) positions (posP4) of the elements in use in `frame` (\"dewar\", \"head\" or "
+             "\"work\"): a new array.")
+        .def("orientations", frameRows(&CBscMagSns::oriP4), py::arg("frame") = "work",
+             "(n, 3) orientations (oriP4) of the elements in use in `frame`: a new array.")
+        .def(
+            "element_geometry",
+            [geometryClass](const CMEGSensorqv& s,
+                            const std::string& frame) -> TypedTuple<ElementGeometryName> {
+                const std::vector<CBscMagSnsqv*> elements = elementsInUse(s, frame);
+                return geometryClass(elementRows(elements, &CBscMagSns::posP4),
+                                     elementRows(elements, &CBscMagSns::oriP4),
+                                     elementValues(elements, &CBscMagSns::coilTurns),
+                                     elementValues(elements, &CBscMagSns::coilArea));
+            },
+            py::arg("frame") = "work",
+            "The elements in use of `frame`, read once: an ElementGeometry of their positions, "
+            "orientations, turns and areas.")
+        .def("__repr__", [](const CMEGSensorqv& s) {
+            const std::optional<std::string> kind = hardwareKind(s);
+            return py::str("<fluxgrid.Sensor {!r} type {} ({}), {} record>")
+                .format(s.snsRawName, s.sensorType, s.getSensorTypeName(),
+                        kind ? *kind : std::string("no"));
+        });
 }
 
 template <class F>
@@ -265,6 +462,7 @@ void bindSensor(py::module_& m) {
         .def(
             "copy", [](const CMEGSensorqv& s) { return std::make_shared<CMEGSensorqv>(s); },
             "A copy of the sensor, with a copy of its hardware record.");
+    bindSensorHelpers(m, sensor);
 }
 
 void bindHeadLocalization(py::module_& m) {
@@ -394,11 +592,8 @@ void bindHeadLocalization(py::module_& m) {
 
 py::object hardwareRecordOf(const CMEGSensor& sensor) {
     py::object record = py::none();
-    fields::withHardwareRecord(sensor, [&](const auto& part) {
-        using Part = std::remove_cvref_t<decltype(part)>;
-        using Final = std::conditional_t<
-            std::is_same_v<Part, CMegSquid>, CMegSquidqv,
-            std::conditional_t<std::is_same_v<Part, CMegOpm>, CMegOpmqv, CMegGrdBscqv>>;
+    withRecordClass(sensor, [&](auto recordClass) {
+        using Final = typename decltype(recordClass)::type;
         // Shares the sensor's ownership of the record.
         record = py::cast(
             std::shared_ptr<Final>(sensor.hardware, static_cast<Final*>(sensor.hardware.get())));

@@ -98,8 +98,27 @@ def test_write_replaces_a_file_atomically_and_keeps_no_temporary(tmp_path: Path)
 
 
 def test_write_takes_only_the_six_file_objects(tmp_path: Path):
-    with pytest.raises(TypeError, match="FiducialSet"):
+    with pytest.raises(TypeError, match="FiducialSet") as refused:
         fg.write(fg.FiducialSet(), tmp_path / "x")
+    for cls in CLASS_OF_KIND.values():
+        assert cls.__name__ in str(refused.value)
+
+
+def test_every_kind_names_the_class_of_its_object():
+    assert {k.word: k.type for k in fg.FILE_KINDS} == CLASS_OF_KIND
+    for kind in fg.FILE_KINDS:
+        assert getattr(fg, kind.type.__name__) is kind.type
+
+
+@pytest.mark.parametrize("kind", fg.FILE_KINDS, ids=lambda k: k.word)
+def test_a_default_object_of_every_kind_round_trips(kind, tmp_path: Path):
+    data = fg.to_bytes(kind.type())
+    again = fg.read_bytes(data)
+    assert type(again) is kind.type
+    assert fg.to_bytes(again) == data
+    path = tmp_path / f"default.{kind.word}"
+    assert fg.write(again, path) == len(data)
+    assert fg.read_header(path) == (kind.word, kind.written)
 
 
 def test_write_into_a_missing_folder_is_an_os_error(tmp_path: Path):
