@@ -9,12 +9,14 @@ set -euo pipefail
 # tool's tests an SVG renderer and an XML checker.
 # The Python module needs pybind11 and numpy, its install check a venv with
 # setuptools, its bridge MNE, scipy and matplotlib; the API reference Doxygen.
+# The page of `fluxgrid view` is tested in headless Chromium through
+# ChromeDriver and Selenium.
 packages=(cmake make g++ pkg-config clang-format libgtest-dev libgmock-dev libbenchmark-dev
     qt6-base-dev fonts-dejavu-core
     libcli11-dev nlohmann-json3-dev librsvg2-dev libcairo2-dev librsvg2-bin libxml2-utils
     python3 python3-dev pybind11-dev python3-numpy python3-pytest python3-venv
     python3-setuptools python3-wheel python3-pip python3-mne python3-scipy python3-matplotlib
-    doxygen)
+    doxygen chromium chromium-driver python3-selenium)
 
 missing=()
 for package in "${packages[@]}"; do

@@ -17,7 +17,9 @@ cmake --build --preset run -j "$jobs"
 tool="$PWD/build/run/tools/fluxgrid/fluxgrid"
 out="${1:-$PWD/build/run/fluxgrid-demo}"
 echo "== fluxgrid demo $out"
-"$tool" demo "$out"
+# The demo writes MNE's measurement info through the Python module that the
+# build has just put together.
+PYTHONPATH="$PWD/build/run/python${PYTHONPATH:+:$PYTHONPATH}" "$tool" demo "$out"
 
 echo
 echo "== done"

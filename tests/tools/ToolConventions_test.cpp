@@ -222,10 +222,10 @@ TEST(ToolConventions, UnknownCommandIsNamedWithTheNearestOne) {
     const std::vector<Case> cases = {
         {{"bogus"},
          "fluxgrid: unknown command \"bogus\"; did you mean \"info\"? (commands: info, migrate, "
-         "layout, demo)\n"},
+         "layout, check, view, demo)\n"},
         {{"migrat", "x.sensor"},
          "fluxgrid: unknown command \"migrat\"; did you mean \"migrate\"? (commands: info, "
-         "migrate, layout, demo)\n"},
+         "migrate, layout, check, view, demo)\n"},
         {{"layout", "bogus"},
          "fluxgrid layout: unknown command \"bogus\"; did you mean \"list\"? (commands: list, "
          "show, export, plot)\n"},
@@ -503,7 +503,8 @@ using Words = std::vector<std::string>;
 
 TEST(ToolConventions, BashCompletionCompletesCommandsTablesAndValues) {
     ASSERT_TRUE(fs::exists(kCompletion));
-    EXPECT_EQ(complete({"fluxgrid", ""}), (Words{"demo", "info", "layout", "migrate"}));
+    EXPECT_EQ(complete({"fluxgrid", ""}),
+              (Words{"check", "demo", "info", "layout", "migrate", "view"}));
     EXPECT_EQ(complete({"fluxgrid", "la"}), (Words{"layout"}));
     EXPECT_EQ(complete({"fluxgrid", "--v"}), (Words{"--version"}));
     EXPECT_EQ(complete({"fluxgrid", "layout", ""}), (Words{"export", "list", "plot", "show"}));

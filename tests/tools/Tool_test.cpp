@@ -883,7 +883,16 @@ TEST(ToolDemo, WritesChecksAndReportsEveryOutput) {
               "opm32    megLayout32  OPM          32       32        32");
     EXPECT_EQ(lines.at(2).substr(0, 56),
               "squid21  megLayout21  SQUID        21       21        21");
-    EXPECT_EQ(lines.back(), "every file was written, loaded back and checked field by field");
+    EXPECT_EQ(lines.back(),
+              "every file was written, loaded back and checked field by field, and every set "
+              "passed the geometry check");
+    EXPECT_NE(run.out.find("  opm32    32 channels in 33 files, frame dewar, mm: 0 errors"),
+              std::string::npos);
+    EXPECT_NE(run.out.find("  squid21  21 channels in 21 files, frame dewar, mm: 0 errors"),
+              std::string::npos);
+    for (const char* view : {"opm32.html", "squid21.html"}) {
+        EXPECT_TRUE(fs::is_regular_file(dir / "views" / view)) << view;
+    }
 
     std::size_t opm = 0;
     for (const auto& entry : fs::directory_iterator(dir / "sensors" / "opm32")) {

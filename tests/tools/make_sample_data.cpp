@@ -82,9 +82,15 @@ void buildSquidSensor(CMEGSensorqv& s) {
     s.setCoilsDewar2work();
 }
 
-// An OPM at row 0 (MLFP1) of megLayout32 with one vapor cell.
+// An OPM at row 0 (MLFP1) of megLayout32 with one vapor cell. The table
+// gives the orientation to three decimals; a sensor takes it of unit length.
 void buildOpmSensor(CMEGSensorqv& s) {
     MEG_OPM_NAME_POS_TYPE row = megLayout32[0];
+    const double length =
+        std::sqrt(row.ornX * row.ornX + row.ornY * row.ornY + row.ornZ * row.ornZ);
+    row.ornX /= length;
+    row.ornY /= length;
+    row.ornZ /= length;
     s.initSensorInfo(1, row.sensorType, 1000, 0, 2.7, 1.0, 1.0, 0.0);
     s.setAcqSnsParam(1, 0, &row, 1, 1, 1, 1);
     auto* opm = static_cast<CMegOpmqv*>(s.getBscSns());
