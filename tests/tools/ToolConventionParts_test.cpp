@@ -1,14 +1,12 @@
 // The pure parts behind the tool's conventions, without running it: the
 // shortest exact numbers shared by the exports and the JSON, the nearest
-// name for a mistyped one, the turn of the tables' frames into RAS, the
-// refusal of unknown command names, and the manual page and completion
-// written from a command line.
+// name for a mistyped one, the refusal of unknown command names, and the
+// manual page and completion written from a command line.
 #include "ChannelExport.h"
 #include "CommandLine.h"
 #include "CommandLineDocs.h"
 #include "Format.h"
 #include "JsonWriter.h"
-#include "LayoutTables.h"
 #include "Suggest.h"
 
 #include "support/Harness.h"
@@ -112,29 +110,6 @@ TEST(Suggest, NearestNameIsTheFirstOfTheFewestEdits) {
     EXPECT_EQ(nearestName("dem", names), "demo");
     EXPECT_EQ(nearestName("xxxx", names), "info");  // all four edits: the first
     EXPECT_EQ(nearestName("info", std::vector<std::string>{}), "");
-}
-
-// ---------------------------------------------------------------------------
-// frames
-
-TEST(ToRasMetres, TableRowsComeOutInMetres) {
-    using fluxgrid::tool::ChannelRow;
-    using fluxgrid::tool::LayoutFrame;
-    const ChannelRow head{"FP1", {30.0, 70.84885, -104.70795}, Vec{0.6, 0.8, 0.0}, 302};
-    const ChannelRow ras = fluxgrid::tool::toRasMetres(LayoutFrame::head, head);
-    EXPECT_EQ(ras.name, "FP1");
-    EXPECT_BITS_EQ(ras.pos[0], -30.0 / 1000.0);
-    EXPECT_BITS_EQ(ras.pos[1], 104.70795 / 1000.0);
-    EXPECT_BITS_EQ(ras.pos[2], 70.84885 / 1000.0);
-    ASSERT_TRUE(ras.orn);
-    EXPECT_EQ(*ras.orn, (Vec{-0.6, 0.0, 0.8}));
-    const ChannelRow sphere = fluxgrid::tool::toRasMetres(
-        LayoutFrame::sphere, {"Fz", {100.0, 0.0, 0.0}, std::nullopt, 302});
-    EXPECT_DOUBLE_EQ(sphere.pos[1], 0.095);
-    EXPECT_FALSE(sphere.orn);
-    const ChannelRow net =
-        fluxgrid::tool::toRasMetres(LayoutFrame::net, {"Cz", {0.0, 0.0, 8.5}, std::nullopt, 302});
-    EXPECT_EQ(net.pos, (Vec{0.0, 0.0, 0.085}));
 }
 
 // ---------------------------------------------------------------------------

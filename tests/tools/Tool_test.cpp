@@ -19,7 +19,10 @@
 #include <limits>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -403,6 +406,65 @@ TEST(ToolInfo, NamesTheKindAndVersionOfEverySampleFile) {
         EXPECT_EQ(lines[0], sample(c.file));
         EXPECT_EQ(lines[1], std::string("  kind:          ") + c.kindLine);
         EXPECT_EQ(lines[2], std::string("  version:       ") + c.versionLine);
+    }
+}
+
+// A file of `Kind` as the library stores a default object of its class.
+template <fluxgrid::FileKind Kind>
+std::vector<BYTE> defaultFileOf() {
+    typename fluxgrid::FileObjectOf<Kind>::type object;
+    fluxgrid::FileResult<std::vector<BYTE>> bytes = fluxgrid::storeBytes(object);
+    if (!bytes) {
+        throw std::runtime_error(bytes.error().describe());
+    }
+    return std::move(*bytes);
+}
+
+// One default file of every kind of the library's table, in its order.
+std::vector<std::vector<BYTE>> defaultFileOfEveryKind() {
+    return []<std::size_t... I>(std::index_sequence<I...>) {
+        return std::vector<std::vector<BYTE>>{defaultFileOf<fluxgrid::kFileKinds[I].kind>()...};
+    }
+    (std::make_index_sequence<fluxgrid::kFileKinds.size()>{});
+}
+
+// The magics are ASCII letters.
+std::string asciiOf(std::u16string_view text) {
+    std::string ascii;
+    for (char16_t c : text) {
+        ascii += static_cast<char>(c);
+    }
+    return ascii;
+}
+
+TEST(ToolInfo, ShowsAFileOfEveryKindOfTheLibrarysTable) {
+    const std::vector<std::vector<BYTE>> files = defaultFileOfEveryKind();
+    ASSERT_EQ(files.size(), fluxgrid::kFileKinds.size());
+    const ScratchDir dir;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const fluxgrid::FileKindInfo& kind = fluxgrid::kFileKinds[i];
+        SCOPED_TRACE(std::string(kind.word));
+        const std::string path = dir.write("default." + std::string(kind.word), files[i]);
+
+        const ToolRun text = tool({"info", path});
+        EXPECT_EQ(text.status, 0) << text.err;
+        EXPECT_EQ(text.err, "");
+        const auto lines = linesOf(text.out);
+        // The file's name, kind, version and size, then the summary of its
+        // object.
+        ASSERT_GT(lines.size(), 4u) << text.out;
+        EXPECT_EQ(lines[0], path);
+        EXPECT_EQ(lines[1],
+                  "  kind:          " + std::string(kind.title) + " " + asciiOf(kind.magic));
+        EXPECT_EQ(lines[2], "  version:       " + std::to_string(kind.written) + " (newest)");
+        EXPECT_EQ(lines[3], "  size:          " + std::to_string(files[i].size()) + " bytes");
+
+        const ToolRun asJson = tool({"info", "--json", path});
+        EXPECT_EQ(asJson.status, 0) << asJson.err;
+        const json entries = json::parse(asJson.out);
+        ASSERT_EQ(entries.size(), 1u);
+        EXPECT_EQ(entries.at(0).at("kind"), kind.word);
+        EXPECT_EQ(entries.at(0).at("version"), kind.written);
     }
 }
 
