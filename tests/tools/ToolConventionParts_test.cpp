@@ -1,15 +1,19 @@
 // The pure parts behind the tool's conventions, without running it: the
 // shortest exact numbers shared by the exports and the JSON, the nearest
 // name for a mistyped one, the refusal of unknown command names, and the
-// manual page and completion written from a command line.
+// manual page and completion written from a command line, and the table of
+// the tool's commands.
 #include "ChannelExport.h"
 #include "CommandLine.h"
 #include "CommandLineDocs.h"
+#include "Commands.h"
 #include "Format.h"
 #include "JsonWriter.h"
 #include "Suggest.h"
 
 #include "support/Harness.h"
+
+#include <fluxgrid/tables/Layouts.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -203,6 +207,77 @@ TEST(CommandLineDocs, CompletionKnowsEveryLevelAndTheValuesOfTypes) {
               std::string::npos);
     EXPECT_NE(script.find("complete -o filenames -F _prog prog\n"), std::string::npos);
     EXPECT_EQ(script.find("hidden"), std::string::npos);
+}
+
+// ---------------------------------------------------------------------------
+// the table of commands
+
+// The tool's command line as the program builds it from the table.
+struct ToolApp {
+    CLI::App app{"The tool", "fluxgrid"};
+    std::vector<fluxgrid::tool::Command> commands;
+    ToolApp() {
+        for (const fluxgrid::tool::AddCommand add : fluxgrid::tool::kCommands) {
+            commands.push_back(add(app));
+        }
+    }
+};
+
+TEST(CommandTable, AddsEveryCommandInTheOrderOfHelpWithItsExamplesAndRun) {
+    const ToolApp tool;
+    const std::vector<const CLI::App*> shown = fluxgrid::tool::visibleCommands(tool.app);
+    std::vector<std::string> names;
+    for (const CLI::App* command : shown) {
+        names.push_back(command->get_name());
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"info", "migrate", "layout", "demo"}));
+    ASSERT_EQ(tool.commands.size(), shown.size());
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        SCOPED_TRACE(names[i]);
+        EXPECT_EQ(tool.commands[i].app, shown[i]);
+        EXPECT_TRUE(tool.commands[i].run);
+        EXPECT_NE(shown[i]->get_footer().find("fluxgrid " + names[i]), std::string::npos);
+        EXPECT_NE(shown[i]->get_footer().find("Exit status:"), std::string::npos);
+    }
+}
+
+TEST(CommandTable, LayoutGivesTheWordsOfItsTablesFormatsAndFrames) {
+    const ToolApp tool;
+    const fluxgrid::tool::ValueWords& words = tool.commands.at(2).words;
+    const auto tables = fluxgrid::layoutTables();
+    ASSERT_EQ(words.at("TABLE").size(), tables.size());
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        EXPECT_EQ(words.at("TABLE")[i], tables[i].name);
+    }
+    EXPECT_EQ(words.at("FORMAT"), (std::vector<std::string>{"csv", "tsv", "sfp", "elc"}));
+    EXPECT_EQ(words.at("FRAME"), (std::vector<std::string>{"native", "ras"}));
+    EXPECT_TRUE(tool.commands.at(0).words.empty());
+}
+
+TEST(CommandTable, MigrateRefusesInTheParseWhatCli11CannotCheck) {
+    {
+        ToolApp tool;
+        try {
+            tool.app.parse("migrate old.sensor", false);
+            ADD_FAILURE() << "parsed without a place for the outputs";
+        } catch (const CLI::ValidationError& e) {
+            EXPECT_STREQ(e.what(), "migrate: one of --out-dir DIR or --in-place is required");
+        }
+    }
+    {
+        ToolApp tool;
+        try {
+            tool.app.parse("migrate --in-place --inject-write-fault crash:10 old.sensor", false);
+            ADD_FAILURE() << "parsed an unknown fault";
+        } catch (const CLI::ValidationError& e) {
+            EXPECT_STREQ(e.what(), "--inject-write-fault: expects kill:N, nospace:N or stop:N");
+        }
+    }
+    ToolApp tool;
+    tool.app.parse("migrate --out-dir new old.sensor", false);
+    EXPECT_TRUE(tool.commands.at(1).app->parsed());
+    EXPECT_FALSE(tool.commands.at(0).app->parsed());
+    EXPECT_FALSE(tool.commands.at(2).app->parsed());
 }
 
 }  // namespace

@@ -743,6 +743,31 @@ TEST(ToolMigrate, FailedInputsAreLeftByteForByteAndReportedInTheLibrarysWords) {
     EXPECT_EQ(versionInFile(scratch.read("good.sensor"), 26), 20200210);
 }
 
+// What CLI11 cannot check is still bad usage, said before any file is
+// touched: where the outputs go, and the fault that a test puts in the way.
+TEST(ToolMigrate, NeedsAPlaceForTheOutputsAndAFaultItKnows) {
+    ScratchDir scratch;
+    const std::vector<BYTE> original = bytesOf(sample(kOldSensors[0]));
+    const std::string path = scratch.write("channel.sensor", original);
+    const ToolRun nowhere = tool({"migrate", path});
+    EXPECT_EQ(nowhere.status, 2);
+    EXPECT_EQ(nowhere.out, "");
+    EXPECT_EQ(nowhere.err,
+              "migrate: one of --out-dir DIR or --in-place is required\n"
+              "Run with --help for more information.\n");
+
+    const std::string out = scratch.file("out");
+    const ToolRun unknownFault =
+        tool({"migrate", "--out-dir", out, "--inject-write-fault", "crash:10", path});
+    EXPECT_EQ(unknownFault.status, 2);
+    EXPECT_EQ(unknownFault.out, "");
+    EXPECT_EQ(unknownFault.err,
+              "--inject-write-fault: expects kill:N, nospace:N or stop:N\n"
+              "Run with --help for more information.\n");
+    EXPECT_FALSE(fs::exists(out));
+    EXPECT_EQ(scratch.read("channel.sensor"), original);
+}
+
 // The write is interrupted by the process being killed (SIGKILL, so that
 // no handler and no cleanup runs) after part of the new content has reached
 // the temporary file: the file's name must still show the old content.

@@ -29,8 +29,8 @@ const std::string kVersion = std::string("fluxgrid ") + FLUXGRID_VERSION;
 }
 
 // Hidden options that write the manual page and the bash completion of the
-// whole command line, as it stands when they run, with the values of
-// `words`; the build runs them.
+// whole command line, as it stands when they run, with the values in
+// `words`, which the commands fill in before the parse; the build runs them.
 void addGenerators(CLI::App& app, const fluxgrid::tool::ValueWords& words) {
     using namespace fluxgrid::tool;
     app.add_option_function<std::string>(
