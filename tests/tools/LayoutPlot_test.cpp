@@ -290,6 +290,34 @@ TEST(LayoutPlotLegend, GivesTheLibraryNameAndWhatTheChannelIs) {
     EXPECT_NE(eeg.find(">EEG_SNSR, EEG electrode (260)</text>"), std::string::npos);
 }
 
+// Types beyond those of the tables: each named with its kind where it has
+// one, and each in a colour of its own, even two of the same kind.
+TEST(LayoutPlotLegend, NamesTheKindOfEveryTypeAndGivesEachItsOwnColour) {
+    std::vector<MEG_OPM_NAME_POS_TYPE> rows;
+    for (const int type : {100, 101, 11, 600, 303, 4242}) {
+        rows.push_back(
+            {CString("C" + std::to_string(type)), 0.0, 90.0, -0.01 * type, 0.0, 1.0, 0.0, type});
+    }
+    const LayoutTableInfo table{"mixed", fluxgrid::LayoutFrame::head, {}, rows};
+    const fluxgrid::tool::LayoutPlot plot = fluxgrid::tool::layoutPlot(table);
+    std::vector<std::string> texts;
+    std::vector<std::string> colours;
+    for (const fluxgrid::tool::PlotLegendEntry& entry : plot.legend) {
+        texts.push_back(entry.text);
+        colours.push_back(entry.colour);
+        EXPECT_EQ(entry.count, 1) << entry.text;
+    }
+    EXPECT_EQ(texts, (std::vector<std::string>{"MEG_SNSR, MEG sensor", "MEG_SNSR1, MEG sensor",
+                                               "MEG_REF1, MEG reference", "STIM",
+                                               "EEG_BIPOLAR, EEG electrode", "Type 4242"}));
+    std::vector<std::string> distinct = colours;
+    std::sort(distinct.begin(), distinct.end());
+    EXPECT_EQ(std::unique(distinct.begin(), distinct.end()), distinct.end());
+    EXPECT_EQ(colours[0], "#1f77b4");
+    EXPECT_EQ(colours[2], "#ff7f0e");
+    EXPECT_EQ(colours[4], "#2ca02c");
+}
+
 TEST(LayoutPlotScaleBar, SpeaksInTheUnitOfTheTable) {
     EXPECT_EQ(fluxgrid::tool::layoutPlot(tableNamed("megLayout32")).scaleBar.text, "50 mm");
     EXPECT_EQ(fluxgrid::tool::layoutPlot(tableNamed("eegNet260")).scaleBar.text, "5 cm");

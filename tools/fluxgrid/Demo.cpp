@@ -389,10 +389,6 @@ int runDemo(const std::string& dirName) {
     return 0;
 }
 
-}  // namespace fluxgrid::tool
-
-namespace fluxgrid::tool {
-
 Command addDemoCommand(CLI::App& app) {
     auto dir = std::make_shared<std::string>("./fluxgrid-demo");
     CLI::App* demo = app.add_subcommand(

@@ -188,10 +188,6 @@ int runInfo(const std::vector<std::string>& files, bool json, std::uintmax_t max
     return failed == 0 ? 0 : 1;
 }
 
-}  // namespace fluxgrid::tool
-
-namespace fluxgrid::tool {
-
 namespace {
 
 // Sizes as CLI11 reads them: a number first, then an optional suffix.

@@ -240,10 +240,6 @@ int runLayoutPlot(const std::string& name, const std::string& out) {
     return status;
 }
 
-}  // namespace fluxgrid::tool
-
-namespace fluxgrid::tool {
-
 namespace {
 
 // The values of the commands of `layout`, which share them.

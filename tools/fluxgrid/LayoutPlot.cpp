@@ -330,11 +330,13 @@ std::string colourOf(int sensorType, std::size_t index, const std::vector<PlotLe
     } else if (kind == ChannelKind::eeg) {
         colour = "#2ca02c";
     }
-    const bool free = std::none_of(taken.begin(), taken.end(), [&](const PlotLegendEntry& entry) {
-        return colour != nullptr && entry.colour == colour;
-    });
+    if (colour != nullptr &&
+        std::none_of(taken.begin(), taken.end(),
+                     [&](const PlotLegendEntry& entry) { return entry.colour == colour; })) {
+        return colour;
+    }
     static const char* const others[] = {"#9467bd", "#d62728", "#8c564b", "#e377c2", "#17becf"};
-    return colour != nullptr && free ? colour : others[index % std::size(others)];
+    return others[index % std::size(others)];
 }
 
 std::vector<PlotLegendEntry> legendOf(const std::vector<LayoutRow>& rows) {

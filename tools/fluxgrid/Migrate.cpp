@@ -281,10 +281,6 @@ int runMigrate(const std::vector<std::string>& files, const MigrateOptions& opti
     return failed == 0 ? 0 : 1;
 }
 
-}  // namespace fluxgrid::tool
-
-namespace fluxgrid::tool {
-
 namespace {
 
 struct MigrateValues {
