@@ -115,6 +115,39 @@ std::span<const LayoutTableInfo> layoutTables() {
     return tables;
 }
 
+std::vector<LayoutRow> layoutRows(const LayoutTableInfo& table) {
+    std::vector<LayoutRow> rows;
+    rows.reserve(table.size());
+    for (const EEG_NAME_POS_TYPE& row : table.eeg) {
+        rows.push_back(
+            {row.name.ToUtf8(), {row.posX, row.posY, row.posZ}, std::nullopt, row.sensorType});
+    }
+    for (const MEG_OPM_NAME_POS_TYPE& row : table.meg) {
+        rows.push_back({row.name.ToUtf8(),
+                        {row.posX, row.posY, row.posZ},
+                        std::array<double, 3>{row.ornX, row.ornY, row.ornZ},
+                        row.sensorType});
+    }
+    return rows;
+}
+
+LayoutRow rowToRas(LayoutFrame frame, const LayoutRow& row) {
+    LayoutRow ras = row;
+    ras.pos = positionToRas(frame, row.pos);
+    if (row.orn) {
+        ras.orn = directionToRas(frame, *row.orn);
+    }
+    return ras;
+}
+
+std::vector<LayoutRow> layoutRowsInRas(const LayoutTableInfo& table) {
+    std::vector<LayoutRow> rows = layoutRows(table);
+    for (LayoutRow& row : rows) {
+        row = rowToRas(table.frame, row);
+    }
+    return rows;
+}
+
 const LayoutTableInfo* findLayoutTable(std::string_view name) {
     for (const LayoutTableInfo& table : layoutTables()) {
         if (table.name == name) {

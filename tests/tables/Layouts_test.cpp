@@ -10,6 +10,7 @@
 #include <cmath>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -98,6 +99,73 @@ TEST(AxesToRas, GivesPlainZerosWhereItMirrorsAZero) {
     EXPECT_FALSE(std::signbit(ras[0]));
     EXPECT_FALSE(std::signbit(ras[1]));
     EXPECT_EQ((*axesToRas("IPL"))({1.0, 2.0, 3.0}), (Point{-3.0, -2.0, -1.0}));
+}
+
+TEST(LayoutRows, GiveEveryRowOfATableWithItsLabelInUtf8) {
+    for (const auto& table : fluxgrid::layoutTables()) {
+        const std::vector<fluxgrid::LayoutRow> rows = fluxgrid::layoutRows(table);
+        ASSERT_EQ(rows.size(), table.size()) << table.name;
+        for (std::size_t i = 0; i < table.eeg.size(); ++i) {
+            const EEG_NAME_POS_TYPE& source = table.eeg[i];
+            EXPECT_EQ(rows[i].name, source.name.ToUtf8());
+            EXPECT_EQ(rows[i].pos, (Point{source.posX, source.posY, source.posZ}));
+            EXPECT_FALSE(rows[i].orn) << table.name << " " << rows[i].name;
+            EXPECT_EQ(rows[i].sensorType, source.sensorType);
+        }
+        for (std::size_t i = 0; i < table.meg.size(); ++i) {
+            const MEG_OPM_NAME_POS_TYPE& source = table.meg[i];
+            EXPECT_EQ(rows[i].name, source.name.ToUtf8());
+            EXPECT_EQ(rows[i].pos, (Point{source.posX, source.posY, source.posZ}));
+            ASSERT_TRUE(rows[i].orn) << table.name << " " << rows[i].name;
+            EXPECT_EQ(*rows[i].orn, (Point{source.ornX, source.ornY, source.ornZ}));
+            EXPECT_EQ(rows[i].sensorType, source.sensorType);
+        }
+    }
+}
+
+TEST(LayoutRows, TurnIntoRasMetresWithOrientationsAlongTheSameAxes) {
+    // Left 30 mm, up 70.84885 mm, forward 104.70795 mm; pointing left and up.
+    const fluxgrid::LayoutRow head{"MLF1", {30.0, 70.84885, -104.70795}, Point{0.6, 0.8, 0.0}, 100};
+    const fluxgrid::LayoutRow ras = fluxgrid::rowToRas(LayoutFrame::head, head);
+    EXPECT_EQ(ras.name, "MLF1");
+    EXPECT_EQ(ras.pos, (Point{-30.0 / 1000.0, 104.70795 / 1000.0, 70.84885 / 1000.0}));
+    ASSERT_TRUE(ras.orn);
+    EXPECT_EQ(*ras.orn, (Point{-0.6, 0.0, 0.8}));
+    EXPECT_EQ(ras.sensorType, 100);
+
+    // The sphere of radius 100 stands for a head of radius 0.095 m.
+    const fluxgrid::LayoutRow sphere =
+        fluxgrid::rowToRas(LayoutFrame::sphere, {"Fz", {100.0, 0.0, 0.0}, std::nullopt, 302});
+    EXPECT_DOUBLE_EQ(sphere.pos[1], 0.095);
+    EXPECT_FALSE(sphere.orn);
+    const fluxgrid::LayoutRow net =
+        fluxgrid::rowToRas(LayoutFrame::net, {"Cz", {1.0, 2.0, 8.5}, std::nullopt, 302});
+    EXPECT_EQ(net.pos, (Point{1 / 100.0, 2 / 100.0, 8.5 / 100.0}));
+    EXPECT_FALSE(net.orn);
+}
+
+TEST(LayoutRows, InRasAreTheRowsOfTheTableEachTurned) {
+    for (const auto& table : fluxgrid::layoutTables()) {
+        const std::vector<fluxgrid::LayoutRow> native = fluxgrid::layoutRows(table);
+        const std::vector<fluxgrid::LayoutRow> ras = fluxgrid::layoutRowsInRas(table);
+        ASSERT_EQ(ras.size(), native.size()) << table.name;
+        for (std::size_t i = 0; i < ras.size(); ++i) {
+            const fluxgrid::LayoutRow expected = fluxgrid::rowToRas(table.frame, native[i]);
+            EXPECT_EQ(ras[i].name, expected.name);
+            EXPECT_EQ(ras[i].pos, expected.pos) << table.name << " " << ras[i].name;
+            EXPECT_EQ(ras[i].orn, expected.orn) << table.name << " " << ras[i].name;
+            EXPECT_EQ(ras[i].sensorType, expected.sensorType);
+        }
+    }
+    // The MEG tables stand in the head frame: the first row's orientation
+    // comes out as its axes turned, without the scale of the positions.
+    const auto* meg = fluxgrid::findLayoutTable("megLayout32");
+    ASSERT_NE(meg, nullptr);
+    const MEG_OPM_NAME_POS_TYPE& first = meg->meg[0];
+    const fluxgrid::LayoutRow ras = fluxgrid::layoutRowsInRas(*meg).front();
+    EXPECT_EQ(ras.pos, (Point{-first.posX / 1000.0 + 0.0, -first.posZ / 1000.0 + 0.0,
+                              first.posY / 1000.0 + 0.0}));
+    EXPECT_EQ(*ras.orn, (Point{-first.ornX + 0.0, -first.ornZ + 0.0, first.ornY + 0.0}));
 }
 
 TEST(LayoutFrames, PutFzInFrontCzOnTopAndT7OnTheLeftOfEveryFrame) {

@@ -5,10 +5,11 @@
 #include "LayoutPlot.h"
 #include "Layout.h"
 #include "LayoutSvg.h"
-#include "LayoutTables.h"
 #include "PlotImage.h"
 
 #include "support/ScratchDir.h"
+
+#include <fluxgrid/tables/Layouts.h>
 
 #include <gtest/gtest.h>
 
@@ -29,8 +30,8 @@
 
 namespace {
 
-using fluxgrid::tool::LayoutTable;
-using fluxgrid::tool::layoutTables;
+using fluxgrid::LayoutRow;
+using fluxgrid::LayoutTableInfo;
 using fluxgrid::tool::PlotFormat;
 using fluxgrid::tool::plotFormatFor;
 
@@ -49,8 +50,8 @@ struct Circle {
     double r;
 };
 
-const LayoutTable& tableNamed(const std::string& name) {
-    const LayoutTable* table = fluxgrid::tool::findLayout(name);
+const LayoutTableInfo& tableNamed(const std::string& name) {
+    const LayoutTableInfo* table = fluxgrid::findLayoutTable(name);
     if (table == nullptr) {
         throw std::runtime_error("no table " + name);
     }
@@ -121,13 +122,19 @@ bool covers(const Box& box, const Circle& circle) {
 
 class EveryTable : public testing::TestWithParam<std::string> {
   protected:
-    const LayoutTable& table() const { return tableNamed(GetParam()); }
+    void SetUp() override { m_rows = fluxgrid::layoutRows(table()); }
+
+    const LayoutTableInfo& table() const { return tableNamed(GetParam()); }
+    const std::vector<LayoutRow>& rows() const { return m_rows; }
+
+  private:
+    std::vector<LayoutRow> m_rows;
 };
 
 std::vector<std::string> allTableNames() {
     std::vector<std::string> names;
-    for (const LayoutTable& table : layoutTables()) {
-        names.push_back(table.name);
+    for (const LayoutTableInfo& table : fluxgrid::layoutTables()) {
+        names.emplace_back(table.name);
     }
     return names;
 }
@@ -142,18 +149,18 @@ TEST_P(EveryTable, DrawsOneMarkerAndOneLabelPerRow) {
     const double fontSize = fluxgrid::tool::layoutPlot(table()).fontSize;
     const std::vector<Box> labels = labelBoxesOf(svg, fontSize);
     const std::vector<Circle> markers = markersOf(svg);
-    ASSERT_EQ(labels.size(), table().rows.size());
-    ASSERT_EQ(markers.size(), table().rows.size());
+    ASSERT_EQ(labels.size(), rows().size());
+    ASSERT_EQ(markers.size(), rows().size());
     for (std::size_t i = 0; i < labels.size(); ++i) {
-        EXPECT_EQ(labels[i].text, table().rows[i].name);
-        EXPECT_EQ(markers[i].title.rfind(table().rows[i].name + ", ", 0), 0u) << markers[i].title;
+        EXPECT_EQ(labels[i].text, rows()[i].name);
+        EXPECT_EQ(markers[i].title.rfind(rows()[i].name + ", ", 0), 0u) << markers[i].title;
     }
 }
 
 TEST_P(EveryTable, NoTwoLabelsOverlap) {
     const std::string svg = fluxgrid::tool::layoutSvg(table());
     const std::vector<Box> labels = labelBoxesOf(svg, fluxgrid::tool::layoutPlot(table()).fontSize);
-    ASSERT_EQ(labels.size(), table().rows.size());
+    ASSERT_EQ(labels.size(), rows().size());
     int overlaps = 0;
     for (std::size_t i = 0; i < labels.size(); ++i) {
         for (std::size_t j = i + 1; j < labels.size(); ++j) {
@@ -170,8 +177,8 @@ TEST_P(EveryTable, NoLabelCoversAMarker) {
     const std::string svg = fluxgrid::tool::layoutSvg(table());
     const std::vector<Box> labels = labelBoxesOf(svg, fluxgrid::tool::layoutPlot(table()).fontSize);
     const std::vector<Circle> markers = markersOf(svg);
-    ASSERT_EQ(labels.size(), table().rows.size());
-    ASSERT_EQ(markers.size(), table().rows.size());
+    ASSERT_EQ(labels.size(), rows().size());
+    ASSERT_EQ(markers.size(), rows().size());
     for (const Box& label : labels) {
         for (const Circle& marker : markers) {
             EXPECT_FALSE(covers(label, marker)) << label.text << " covers " << marker.title;
@@ -184,7 +191,7 @@ TEST_P(EveryTable, EveryMarkerLiesInsideTheHeadOutline) {
     const Circle outline = outlineOf(svg);
     const std::vector<Circle> markers = markersOf(svg);
     ASSERT_GT(outline.r, 100.0);
-    ASSERT_EQ(markers.size(), table().rows.size());
+    ASSERT_EQ(markers.size(), rows().size());
     for (const Circle& marker : markers) {
         EXPECT_LE(std::hypot(marker.x - outline.x, marker.y - outline.y) + marker.r, outline.r)
             << marker.title;
@@ -231,7 +238,7 @@ TEST_P(EveryTable, LabelsStayInsideTheDrawingAndLeadersJoinMarkerToLabel) {
 // the scale bar's note: the bar's length per unit holds for every marker.
 TEST_P(EveryTable, ScaleBarMeasuresDistancesFromTheVertex) {
     const fluxgrid::tool::LayoutPlot plot = fluxgrid::tool::layoutPlot(table());
-    const std::string unit = fluxgrid::tool::frameUnit(table().frame);
+    const std::string unit(fluxgrid::layoutFrameInfo(table().frame).unit);
     const fluxgrid::tool::PlotScaleBar& bar = plot.scaleBar;
     char* end = nullptr;
     const double value = std::strtod(bar.text.c_str(), &end);
@@ -242,19 +249,19 @@ TEST_P(EveryTable, ScaleBarMeasuresDistancesFromTheVertex) {
     ASSERT_LT(bar.length, 200.0);
 
     std::vector<double> radii;
-    for (const auto& row : table().rows) {
+    for (const auto& row : rows()) {
         radii.push_back(std::hypot(row.pos[0], row.pos[1], row.pos[2]));
     }
     std::sort(radii.begin(), radii.end());
     const double radius = unit.empty() ? 1.0 : radii[radii.size() / 2];
     const double pixelsPerUnit = bar.length / value;
-    for (std::size_t i = 0; i < table().rows.size(); ++i) {
-        const auto up = fluxgrid::tool::toVertexUp(table().frame, table().rows[i].pos);
+    for (std::size_t i = 0; i < rows().size(); ++i) {
+        const auto up = fluxgrid::tool::toVertexUp(table().frame, rows()[i].pos);
         const double fromVertex = std::acos(up[2] / std::hypot(up[0], up[1], up[2]));
         const auto& marker = plot.markers[i].centre;
         const double drawn =
             std::hypot(marker.x - plot.outline.centre.x, marker.y - plot.outline.centre.y);
-        EXPECT_NEAR(drawn, fromVertex * radius * pixelsPerUnit, 1e-6) << table().rows[i].name;
+        EXPECT_NEAR(drawn, fromVertex * radius * pixelsPerUnit, 1e-6) << rows()[i].name;
     }
 }
 
@@ -268,7 +275,7 @@ TEST_P(EveryTable, LegendNamesTypesRatherThanCodes) {
             << entry.text;
         counted += entry.count;
     }
-    EXPECT_EQ(counted, static_cast<int>(table().rows.size()));
+    EXPECT_EQ(counted, static_cast<int>(rows().size()));
 }
 
 TEST(LayoutPlotLegend, GivesTheLibraryNameAndWhatTheChannelIs) {
@@ -281,6 +288,34 @@ TEST(LayoutPlotLegend, GivesTheLibraryNameAndWhatTheChannelIs) {
     EXPECT_NE(meg21.find(">MEG_REF, MEG reference (2)</text>"), std::string::npos);
     const std::string eeg = fluxgrid::tool::layoutSvg(tableNamed("eegNet260"));
     EXPECT_NE(eeg.find(">EEG_SNSR, EEG electrode (260)</text>"), std::string::npos);
+}
+
+// Types beyond those of the tables: each named with its kind where it has
+// one, and each in a colour of its own, even two of the same kind.
+TEST(LayoutPlotLegend, NamesTheKindOfEveryTypeAndGivesEachItsOwnColour) {
+    std::vector<MEG_OPM_NAME_POS_TYPE> rows;
+    for (const int type : {100, 101, 11, 600, 303, 4242}) {
+        rows.push_back(
+            {CString("C" + std::to_string(type)), 0.0, 90.0, -0.01 * type, 0.0, 1.0, 0.0, type});
+    }
+    const LayoutTableInfo table{"mixed", fluxgrid::LayoutFrame::head, {}, rows};
+    const fluxgrid::tool::LayoutPlot plot = fluxgrid::tool::layoutPlot(table);
+    std::vector<std::string> texts;
+    std::vector<std::string> colours;
+    for (const fluxgrid::tool::PlotLegendEntry& entry : plot.legend) {
+        texts.push_back(entry.text);
+        colours.push_back(entry.colour);
+        EXPECT_EQ(entry.count, 1) << entry.text;
+    }
+    EXPECT_EQ(texts, (std::vector<std::string>{"MEG_SNSR, MEG sensor", "MEG_SNSR1, MEG sensor",
+                                               "MEG_REF1, MEG reference", "STIM",
+                                               "EEG_BIPOLAR, EEG electrode", "Type 4242"}));
+    std::vector<std::string> distinct = colours;
+    std::sort(distinct.begin(), distinct.end());
+    EXPECT_EQ(std::unique(distinct.begin(), distinct.end()), distinct.end());
+    EXPECT_EQ(colours[0], "#1f77b4");
+    EXPECT_EQ(colours[2], "#ff7f0e");
+    EXPECT_EQ(colours[4], "#2ca02c");
 }
 
 TEST(LayoutPlotScaleBar, SpeaksInTheUnitOfTheTable) {
@@ -313,12 +348,13 @@ TEST(LayoutPlotLabels, CloseNeighboursAreDrawnApart) {
 // meets another label or a marker, and no leader runs through a marker
 // other than those stacked on its own.
 TEST(LayoutPlotLabels, ACrowdMovesOutWithLeaderLines) {
-    LayoutTable crowd{"crowd", false, fluxgrid::tool::LayoutFrame::net, {}};
+    std::vector<EEG_NAME_POS_TYPE> rows;
     for (int i = 0; i < 20; ++i) {
         char name[8];
         std::snprintf(name, sizeof name, "C%02d", i);
-        crowd.rows.push_back({name, {0.005 * i, 0.003 * (i % 3), 9.0}, std::nullopt, 302});
+        rows.push_back({CString(name), 0.005 * i, 0.003 * (i % 3), 9.0, 2, 302});
     }
+    const LayoutTableInfo crowd{"crowd", fluxgrid::LayoutFrame::net, rows, {}};
     const fluxgrid::tool::LayoutPlot plot = fluxgrid::tool::layoutPlot(crowd);
     const std::string svg = fluxgrid::tool::layoutSvg(crowd);
     const std::vector<Box> labels = labelBoxesOf(svg, plot.fontSize);

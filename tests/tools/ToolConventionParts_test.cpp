@@ -1,17 +1,19 @@
 // The pure parts behind the tool's conventions, without running it: the
 // shortest exact numbers shared by the exports and the JSON, the nearest
-// name for a mistyped one, the turn of the tables' frames into RAS, the
-// refusal of unknown command names, and the manual page and completion
-// written from a command line.
+// name for a mistyped one, the refusal of unknown command names, and the
+// manual page and completion written from a command line, and the table of
+// the tool's commands.
 #include "ChannelExport.h"
 #include "CommandLine.h"
 #include "CommandLineDocs.h"
+#include "Commands.h"
 #include "Format.h"
 #include "JsonWriter.h"
-#include "LayoutTables.h"
 #include "Suggest.h"
 
 #include "support/Harness.h"
+
+#include <fluxgrid/tables/Layouts.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -115,29 +117,6 @@ TEST(Suggest, NearestNameIsTheFirstOfTheFewestEdits) {
 }
 
 // ---------------------------------------------------------------------------
-// frames
-
-TEST(ToRasMetres, TableRowsComeOutInMetres) {
-    using fluxgrid::tool::ChannelRow;
-    using fluxgrid::tool::LayoutFrame;
-    const ChannelRow head{"FP1", {30.0, 70.84885, -104.70795}, Vec{0.6, 0.8, 0.0}, 302};
-    const ChannelRow ras = fluxgrid::tool::toRasMetres(LayoutFrame::head, head);
-    EXPECT_EQ(ras.name, "FP1");
-    EXPECT_BITS_EQ(ras.pos[0], -30.0 / 1000.0);
-    EXPECT_BITS_EQ(ras.pos[1], 104.70795 / 1000.0);
-    EXPECT_BITS_EQ(ras.pos[2], 70.84885 / 1000.0);
-    ASSERT_TRUE(ras.orn);
-    EXPECT_EQ(*ras.orn, (Vec{-0.6, 0.0, 0.8}));
-    const ChannelRow sphere = fluxgrid::tool::toRasMetres(
-        LayoutFrame::sphere, {"Fz", {100.0, 0.0, 0.0}, std::nullopt, 302});
-    EXPECT_DOUBLE_EQ(sphere.pos[1], 0.095);
-    EXPECT_FALSE(sphere.orn);
-    const ChannelRow net =
-        fluxgrid::tool::toRasMetres(LayoutFrame::net, {"Cz", {0.0, 0.0, 8.5}, std::nullopt, 302});
-    EXPECT_EQ(net.pos, (Vec{0.0, 0.0, 0.085}));
-}
-
-// ---------------------------------------------------------------------------
 // exports
 
 using fluxgrid::tool::ExportFormat;
@@ -228,6 +207,76 @@ TEST(CommandLineDocs, CompletionKnowsEveryLevelAndTheValuesOfTypes) {
               std::string::npos);
     EXPECT_NE(script.find("complete -o filenames -F _prog prog\n"), std::string::npos);
     EXPECT_EQ(script.find("hidden"), std::string::npos);
+}
+
+// ---------------------------------------------------------------------------
+// the table of commands
+
+// The tool's command line as the program builds it from the table.
+struct ToolApp {
+    CLI::App app{"The tool", "fluxgrid"};
+    std::vector<fluxgrid::tool::Command> commands;
+    ToolApp() {
+        for (const fluxgrid::tool::AddCommand add : fluxgrid::tool::kCommands) {
+            commands.push_back(add(app));
+        }
+    }
+};
+
+TEST(CommandTable, AddsEveryCommandInTheOrderOfHelpWithItsExamplesAndRun) {
+    const ToolApp tool;
+    const std::vector<const CLI::App*> shown = fluxgrid::tool::visibleCommands(tool.app);
+    std::vector<std::string> names;
+    for (const CLI::App* command : shown) {
+        names.push_back(command->get_name());
+    }
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"info", "migrate", "layout", "check", "view", "demo"}));
+    ASSERT_EQ(tool.commands.size(), shown.size());
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        SCOPED_TRACE(names[i]);
+        EXPECT_EQ(tool.commands[i].app, shown[i]);
+        EXPECT_TRUE(tool.commands[i].run);
+        EXPECT_NE(shown[i]->get_footer().find("fluxgrid " + names[i]), std::string::npos);
+        EXPECT_NE(shown[i]->get_footer().find("Exit status:"), std::string::npos);
+    }
+}
+
+TEST(CommandTable, LayoutGivesTheWordsOfItsTablesFormatsAndFrames) {
+    const ToolApp tool;
+    const fluxgrid::tool::ValueWords& words = tool.commands.at(2).words;
+    const auto tables = fluxgrid::layoutTables();
+    ASSERT_EQ(words.at("TABLE").size(), tables.size());
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        EXPECT_EQ(words.at("TABLE")[i], tables[i].name);
+    }
+    EXPECT_EQ(words.at("FORMAT"), (std::vector<std::string>{"csv", "tsv", "sfp", "elc"}));
+    EXPECT_EQ(words.at("FRAME"), (std::vector<std::string>{"native", "ras"}));
+    EXPECT_TRUE(tool.commands.at(0).words.empty());
+}
+
+// What the parse of `args` refuses, in CLI11's words; empty when it parses.
+std::string parseRefusal(const std::string& args) {
+    ToolApp tool;
+    try {
+        tool.app.parse(args, false);
+    } catch (const CLI::ValidationError& e) {
+        return e.what();
+    }
+    return {};
+}
+
+TEST(CommandTable, MigrateRefusesInTheParseWhatCli11CannotCheck) {
+    EXPECT_EQ(parseRefusal("migrate old.sensor"),
+              "migrate: one of --out-dir DIR or --in-place is required");
+    EXPECT_EQ(parseRefusal("migrate --in-place --inject-write-fault crash:10 old.sensor"),
+              "--inject-write-fault: expects kill:N, nospace:N or stop:N");
+    EXPECT_EQ(parseRefusal("migrate --out-dir new old.sensor"), "");
+    ToolApp tool;
+    tool.app.parse("migrate --in-place old.sensor", false);
+    EXPECT_TRUE(tool.commands.at(1).app->parsed());
+    EXPECT_FALSE(tool.commands.at(0).app->parsed());
+    EXPECT_FALSE(tool.commands.at(2).app->parsed());
 }
 
 }  // namespace

@@ -19,7 +19,10 @@
 #include <limits>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -406,6 +409,65 @@ TEST(ToolInfo, NamesTheKindAndVersionOfEverySampleFile) {
     }
 }
 
+// A file of `Kind` as the library stores a default object of its class.
+template <fluxgrid::FileKind Kind>
+std::vector<BYTE> defaultFileOf() {
+    typename fluxgrid::FileObjectOf<Kind>::type object;
+    fluxgrid::FileResult<std::vector<BYTE>> bytes = fluxgrid::storeBytes(object);
+    if (!bytes) {
+        throw std::runtime_error(bytes.error().describe());
+    }
+    return std::move(*bytes);
+}
+
+// One default file of every kind of the library's table, in its order.
+std::vector<std::vector<BYTE>> defaultFileOfEveryKind() {
+    return []<std::size_t... I>(std::index_sequence<I...>) {
+        return std::vector<std::vector<BYTE>>{defaultFileOf<fluxgrid::kFileKinds[I].kind>()...};
+    }
+    (std::make_index_sequence<fluxgrid::kFileKinds.size()>{});
+}
+
+// The magics are ASCII letters.
+std::string asciiOf(std::u16string_view text) {
+    std::string ascii;
+    for (char16_t c : text) {
+        ascii += static_cast<char>(c);
+    }
+    return ascii;
+}
+
+TEST(ToolInfo, ShowsAFileOfEveryKindOfTheLibrarysTable) {
+    const std::vector<std::vector<BYTE>> files = defaultFileOfEveryKind();
+    ASSERT_EQ(files.size(), fluxgrid::kFileKinds.size());
+    const ScratchDir dir;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const fluxgrid::FileKindInfo& kind = fluxgrid::kFileKinds[i];
+        SCOPED_TRACE(std::string(kind.word));
+        const std::string path = dir.write("default." + std::string(kind.word), files[i]);
+
+        const ToolRun text = tool({"info", path});
+        EXPECT_EQ(text.status, 0) << text.err;
+        EXPECT_EQ(text.err, "");
+        const auto lines = linesOf(text.out);
+        // The file's name, kind, version and size, then the summary of its
+        // object.
+        ASSERT_GT(lines.size(), 4u) << text.out;
+        EXPECT_EQ(lines[0], path);
+        EXPECT_EQ(lines[1],
+                  "  kind:          " + std::string(kind.title) + " " + asciiOf(kind.magic));
+        EXPECT_EQ(lines[2], "  version:       " + std::to_string(kind.written) + " (newest)");
+        EXPECT_EQ(lines[3], "  size:          " + std::to_string(files[i].size()) + " bytes");
+
+        const ToolRun asJson = tool({"info", "--json", path});
+        EXPECT_EQ(asJson.status, 0) << asJson.err;
+        const json entries = json::parse(asJson.out);
+        ASSERT_EQ(entries.size(), 1u);
+        EXPECT_EQ(entries.at(0).at("kind"), kind.word);
+        EXPECT_EQ(entries.at(0).at("version"), kind.written);
+    }
+}
+
 TEST(ToolInfo, SensorSummaryGivesNamesTypeHardwareGainsAndWorkFrame) {
     const ToolRun run = tool({"info", sample("sensor-squid-20140513.sensor")});
     ASSERT_EQ(run.status, 0) << run.err;
@@ -679,6 +741,31 @@ TEST(ToolMigrate, FailedInputsAreLeftByteForByteAndReportedInTheLibrarysWords) {
                     ": refused by the library: The opened file is not MEG sensor file or "
                     "corrupted!; left untouched"));
     EXPECT_EQ(versionInFile(scratch.read("good.sensor"), 26), 20200210);
+}
+
+// What CLI11 cannot check is still bad usage, said before any file is
+// touched: where the outputs go, and the fault that a test puts in the way.
+TEST(ToolMigrate, NeedsAPlaceForTheOutputsAndAFaultItKnows) {
+    ScratchDir scratch;
+    const std::vector<BYTE> original = bytesOf(sample(kOldSensors[0]));
+    const std::string path = scratch.write("channel.sensor", original);
+    const ToolRun nowhere = tool({"migrate", path});
+    EXPECT_EQ(nowhere.status, 2);
+    EXPECT_EQ(nowhere.out, "");
+    EXPECT_EQ(nowhere.err,
+              "migrate: one of --out-dir DIR or --in-place is required\n"
+              "Run with --help for more information.\n");
+
+    const std::string out = scratch.file("out");
+    const ToolRun unknownFault =
+        tool({"migrate", "--out-dir", out, "--inject-write-fault", "crash:10", path});
+    EXPECT_EQ(unknownFault.status, 2);
+    EXPECT_EQ(unknownFault.out, "");
+    EXPECT_EQ(unknownFault.err,
+              "--inject-write-fault: expects kill:N, nospace:N or stop:N\n"
+              "Run with --help for more information.\n");
+    EXPECT_FALSE(fs::exists(out));
+    EXPECT_EQ(scratch.read("channel.sensor"), original);
 }
 
 // The write is interrupted by the process being killed (SIGKILL, so that

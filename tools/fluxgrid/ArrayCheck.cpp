@@ -81,6 +81,26 @@ void prepend(std::vector<Finding> found, GeometryReport& report) {
 
 }  // namespace
 
+ValueWords addArrayOptions(CLI::App& command, ArrayInputs& inputs, std::string& frameWord) {
+    const std::vector<std::string> frames = {"dewar", "head", "work"};
+    command
+        .add_option("PATH", inputs.paths, "Sensor files, or folders of them (walked in name order)")
+        ->required();
+    command
+        .add_option("--headloc", inputs.headloc,
+                    "Head localization file; its fiducials stand in the sensors' frame")
+        ->type_name("FILE");
+    command.add_option("--frame", frameWord, "The element frame to judge")
+        ->check(CLI::IsMember(frames))
+        ->capture_default_str()
+        ->type_name("ELEMENTS");
+    return {{"ELEMENTS", frames}};
+}
+
+SensorFrame frameOf(const std::string& frameWord) {
+    return sensorFrameFromWord(frameWord).value_or(SensorFrame::dewar);
+}
+
 void HeadLocalizationRelease::operator()(CHeadLocalizationqv* head) const {
     if (head == nullptr) {
         return;

@@ -6,9 +6,12 @@
 /// the rest is still judged.
 #pragma once
 
+#include "CommandLineDocs.h"
+
 #include <fluxgrid/geometry/Check.h>
 #include <fluxgrid/headloc/HeadLocalization.h>
 #include <fluxgrid/sensor/MEGSensor.h>
+#include <CLI/CLI.hpp>
 
 #include <memory>
 #include <optional>
@@ -45,6 +48,14 @@ struct CheckedArray {
     /// did not load, and the lack of any sensor.
     GeometryReport report;
 };
+
+/// The inputs as options of `command`: the paths, `--headloc` and
+/// `--frame` (kept as a word in `frameWord`, turned into `inputs.frame` by
+/// `frameOf`). The words that `--frame` takes, for the completion.
+ValueWords addArrayOptions(CLI::App& command, ArrayInputs& inputs, std::string& frameWord);
+
+/// The frame of a word that `addArrayOptions` let through.
+SensorFrame frameOf(const std::string& frameWord);
 
 /// Loads the inputs and judges them.
 CheckedArray checkArray(const ArrayInputs& inputs);

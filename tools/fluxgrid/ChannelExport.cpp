@@ -2,6 +2,8 @@
 
 #include "Format.h"
 
+#include <fluxgrid/channels/ChannelTypes.h>
+
 #include <algorithm>
 #include <array>
 #include <sstream>
@@ -49,7 +51,7 @@ void table(std::ostringstream& out, std::span<const ChannelRow> rows, char separ
         } else if (oriented) {
             put("", "", "");
         }
-        put(row.sensorType, typeName(row.sensorType));
+        put(row.sensorType, channelType(row.sensorType).name);
         out << '\n';
     }
 }

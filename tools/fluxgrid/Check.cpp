@@ -1,8 +1,11 @@
 #include "Check.h"
 
+#include "CommandLine.h"
+#include "Commands.h"
 #include "Format.h"
 
 #include <iostream>
+#include <memory>
 #include <string>
 
 namespace fluxgrid::tool {
@@ -90,6 +93,34 @@ int runCheck(const ArrayInputs& inputs, bool json, bool strict) {
     }
     const GeometryReport& report = array.report;
     return report.errors > 0 || (strict && report.warnings > 0) ? 1 : 0;
+}
+
+Command addCheckCommand(CLI::App& app) {
+    struct Options {
+        ArrayInputs inputs;
+        std::string frame = "dewar";
+        bool json = false;
+        bool strict = false;
+    };
+    auto options = std::make_shared<Options>();
+    CLI::App* check = app.add_subcommand(
+        "check",
+        "Judge the geometry of a sensor array: orientations, coils, names, gains, and "
+        "the head localization against the helmet");
+    ValueWords words = addArrayOptions(*check, options->inputs, options->frame);
+    check->add_flag("--json", options->json,
+                    "Print one JSON object: files, channels, errors, warnings, notes, sphere and "
+                    "every finding with its severity, code, file, channel, message and values");
+    check->add_flag("--strict", options->strict, "Fail on warnings too");
+    check->footer(
+        helpFooter({"fluxgrid check demo/sensors/opm32 --headloc demo/headloc/opm32.headloc",
+                    "fluxgrid check --json recording/"}));
+    return {check,
+            [options] {
+                options->inputs.frame = frameOf(options->frame);
+                return runCheck(options->inputs, options->json, options->strict);
+            },
+            words};
 }
 
 }  // namespace fluxgrid::tool

@@ -12,20 +12,20 @@ namespace {
 // ---------------------------------------------------------------------------
 // walking the command line
 
-struct Command {
+struct CommandPath {
     std::string path;  // "fluxgrid layout export"
     const CLI::App* app;
 };
 
-void collect(const CLI::App& app, const std::string& path, std::vector<Command>& out) {
+void collect(const CLI::App& app, const std::string& path, std::vector<CommandPath>& out) {
     out.push_back({path, &app});
     for (const CLI::App* command : visibleCommands(app)) {
         collect(*command, path + ' ' + command->get_name(), out);
     }
 }
 
-std::vector<Command> commandsOf(const CLI::App& app) {
-    std::vector<Command> commands;
+std::vector<CommandPath> commandsOf(const CLI::App& app) {
+    std::vector<CommandPath> commands;
     collect(app, app.get_name(), commands);
     return commands;
 }
@@ -92,7 +92,7 @@ std::string roffName(std::string_view name) {
     return out;
 }
 
-std::string synopsisOf(const Command& command) {
+std::string synopsisOf(const CommandPath& command) {
     std::string line = command.path;
     if (!optionsOf(*command.app, false, true).empty()) {
         line += " [OPTIONS]";
@@ -185,20 +185,20 @@ std::string compgenFor(const std::string& type, const ValueWords& words) {
 
 // The path of a command below the program, as the script keeps it: "" for
 // the program, " layout export" for a command.
-std::string scriptPath(const Command& command, const CLI::App& root) {
+std::string scriptPath(const CommandPath& command, const CLI::App& root) {
     return command.path.substr(root.get_name().size());
 }
 
 }  // namespace
 
 std::string manPage(const CLI::App& app, const std::string& version) {
-    const std::vector<Command> commands = commandsOf(app);
+    const std::vector<CommandPath> commands = commandsOf(app);
     std::string page =
         ".TH " + roff(app.get_name()) + " 1 \"\" \"" + roff(version) + "\" \"User Commands\"\n";
     page += ".SH NAME\n" + roffName(app.get_name()) + " \\- " +
             roff(lowerFirst(app.get_description())) + '\n';
     page += ".SH SYNOPSIS\n";
-    for (const Command& command : commands) {
+    for (const CommandPath& command : commands) {
         if (visibleCommands(*command.app).empty() || &command == &commands.front()) {
             page += ".B " + roff(synopsisOf(command)) + "\n.br\n";
         }
@@ -209,7 +209,7 @@ std::string manPage(const CLI::App& app, const std::string& version) {
     }
     page += ".SH COMMANDS\n";
     for (std::size_t i = 1; i < commands.size(); ++i) {
-        const Command& command = commands[i];
+        const CommandPath& command = commands[i];
         page += ".SS \"" + roff(synopsisOf(command)) + "\"\n" +
                 roff(command.app->get_description()) + '\n';
         for (const CLI::Option* positional : optionsOf(*command.app, true, false)) {
@@ -226,7 +226,7 @@ std::string manPage(const CLI::App& app, const std::string& version) {
 }
 
 std::string bashCompletion(const CLI::App& app, const ValueWords& words) {
-    const std::vector<Command> commands = commandsOf(app);
+    const std::vector<CommandPath> commands = commandsOf(app);
     const std::string function = "_" + app.get_name();
     std::ostringstream script;
     script << "# bash completion of " << app.get_name() << ", written by `" << app.get_name()
@@ -245,7 +245,7 @@ std::string bashCompletion(const CLI::App& app, const ValueWords& words) {
            << "    done\n"
            << "    local commands= options= values=()\n"
            << "    case \"$path\" in\n";
-    for (const Command& command : commands) {
+    for (const CommandPath& command : commands) {
         std::vector<std::string> names;
         for (const CLI::App* sub : visibleCommands(*command.app)) {
             names.push_back(sub->get_name());

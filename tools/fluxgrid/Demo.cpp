@@ -2,9 +2,10 @@
 
 #include "ArrayCheck.h"
 #include "Check.h"
+#include "CommandLine.h"
+#include "Commands.h"
 #include "Format.h"
 #include "LayoutSvg.h"
-#include "LayoutTables.h"
 #include "Output.h"
 #include "View.h"
 
@@ -13,6 +14,7 @@
 #include <fluxgrid/fluxgrid.h>
 #include <fluxgrid/geometry/SphereFit.h>
 #include <fluxgrid/io/Files.h>
+#include <fluxgrid/tables/Layouts.h>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,6 +25,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -446,7 +449,7 @@ int runDemo(const std::string& dirName) {
     fs::create_directories(dir / "layouts");
     for (const char* name : {"megLayout32", "megLayout21"}) {
         const std::string path = (dir / "layouts" / (std::string(name) + ".svg")).string();
-        if (writeText(layoutSvg(*findLayout(name)), path) == 0) {
+        if (writeText(layoutSvg(*findLayoutTable(name)), path) == 0) {
             plots.push_back(path);
         } else {
             ++failures;
@@ -495,6 +498,17 @@ int runDemo(const std::string& dirName) {
         "\nevery file was written, loaded back and checked field by field, and every set passed "
         "the geometry check\n");
     return 0;
+}
+
+Command addDemoCommand(CLI::App& app) {
+    auto dir = std::make_shared<std::string>("./fluxgrid-demo");
+    CLI::App* demo = app.add_subcommand(
+        "demo",
+        "Build OPM and SQUID sensor sets and a head localization, write, reload and "
+        "check them, and draw the layouts");
+    demo->add_option("DIR", *dir, "Output folder")->capture_default_str()->type_name("DIR");
+    demo->footer(helpFooter({"fluxgrid demo /tmp/fluxgrid-demo"}));
+    return {demo, [dir] { return runDemo(*dir); }, {}};
 }
 
 }  // namespace fluxgrid::tool

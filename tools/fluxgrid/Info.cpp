@@ -1,27 +1,25 @@
 #include "Info.h"
 
+#include "CommandLine.h"
+#include "Commands.h"
 #include "Format.h"
 #include "Inputs.h"
 #include "JsonWriter.h"
 #include "ObjectJson.h"
 #include "Output.h"
 
+#include <fluxgrid/channels/ChannelTypes.h>
 #include <fluxgrid/io/Files.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 
 namespace fluxgrid::tool {
 
 namespace {
-
-template <class... F>
-struct Overloaded : F... {
-    using F::operator()...;
-};
-template <class... F>
-Overloaded(F...) -> Overloaded<F...>;
 
 std::string shapeName(int code) {
     return code == 1 ? "Circle" : code == 2 ? "Square" : "Unknown";
@@ -55,7 +53,9 @@ void printElement(const CBscMagSns& e) {
     printLine("normal:", triple(e.nmlDirXYZW));
 }
 
-void printCoil(const CMagCoilqv& c) {
+// The summary of each kind of object, one overload per kind: `printFile`
+// picks the one of the object loaded.
+void printSummary(const CMagCoilqv& c) {
     printLine("name:", quoted(c.coilName));
     printLine("loop:", "shape " + shapeName(c.coilShape) + ", turns " +
                            std::to_string(c.coilTurns) + ", area " + number(c.coilArea) +
@@ -64,30 +64,30 @@ void printCoil(const CMagCoilqv& c) {
     printElement(c);
 }
 
-void printVapor(const CMagVaporqv& v) {
+void printSummary(const CMagVaporqv& v) {
     printLine("name:", quoted(v.coilName));
     printLine("shape:", shapeName(v.vaporShape) + " (" + std::to_string(v.vaporShape) + ")");
     printElement(v);
 }
 
-void printSquid(const CMegSquidqv& r) {
+void printSummary(const CMegSquidqv& r) {
     printLine("coils:",
               std::to_string(r.totalCoils) + " in use, current " + std::to_string(r.currentCoilID));
     printBlock(r);
     printElements("dewar frame", r.coilDewar, r.totalCoils, r.currentCoilID);
 }
 
-void printOpm(const CMegOpmqv& r) {
+void printSummary(const CMegOpmqv& r) {
     printLine("cells:", std::to_string(r.totalVapors) + " in use, current " +
                             std::to_string(r.currentVaporID));
     printBlock(r);
     printElements("dewar frame", r.vaporDewar, r.totalVapors, r.currentVaporID);
 }
 
-void printSensor(CMEGSensorqv& s) {
+void printSummary(CMEGSensorqv& s) {
     printLine("names:", "raw " + quoted(s.snsRawName) + ", show " + quoted(s.snsShowName) +
                             ", aux " + quoted(s.snsAuxName));
-    printLine("type:", std::to_string(s.sensorType) + " " + s.getSensorTypeName().ToUtf8());
+    printLine("type:", std::to_string(s.sensorType) + " " + std::string(channelTypeOf(s).name));
     const char* kind = s.hardwareType == 0 ? "SQUID" : s.hardwareType == 1 ? "OPM" : "none";
     printLine("hardware:", std::string(kind) + " (hardwareType " + std::to_string(s.hardwareType) +
                                ")" + (s.hardware ? "" : ", no record"));
@@ -109,7 +109,7 @@ void printSensor(CMEGSensorqv& s) {
     }
 }
 
-void printHeadLocalization(const CHeadLocalizationqv& h) {
+void printSummary(const CHeadLocalizationqv& h) {
     printLine("type:", std::to_string(h.headLocalType) + ", parameter " +
                            std::to_string(h.headLocalParam) + ", work mode " +
                            std::to_string(h.fidWorkMode));
@@ -135,7 +135,7 @@ void printHeadLocalization(const CHeadLocalizationqv& h) {
     }
 }
 
-void printSummary(const LoadedFile& loaded) {
+void printFile(const LoadedFile& loaded) {
     const FileKindInfo& info = fileKindInfo(loaded.kind);
     std::printf("%s\n", loaded.file.c_str());
     std::string version = std::to_string(loaded.version);
@@ -145,15 +145,7 @@ void printSummary(const LoadedFile& loaded) {
               std::string(info.title) + " " + CString(std::u16string(info.magic)).ToUtf8());
     printLine("version:", version);
     printLine("size:", std::to_string(loaded.size) + " bytes");
-    std::visit(Overloaded{
-                   [](const std::unique_ptr<CMagCoilqv>& c) { printCoil(*c); },
-                   [](const std::unique_ptr<CMagVaporqv>& v) { printVapor(*v); },
-                   [](const std::unique_ptr<CMegSquidqv>& r) { printSquid(*r); },
-                   [](const std::unique_ptr<CMegOpmqv>& r) { printOpm(*r); },
-                   [](const std::unique_ptr<CMEGSensorqv>& s) { printSensor(*s); },
-                   [](const std::unique_ptr<CHeadLocalizationqv>& h) { printHeadLocalization(*h); },
-               },
-               loaded.object);
+    std::visit([](const auto& object) { printSummary(*object); }, loaded.object);
     if (loaded.consumed < loaded.size) {
         printLine("note:", std::to_string(loaded.size - loaded.consumed) +
                                " bytes behind the body were not read");
@@ -182,7 +174,7 @@ int runInfo(const std::vector<std::string>& files, bool json, std::uintmax_t max
         } else if (json) {
             writeFileJson(out, *loaded);
         } else {
-            printSummary(*loaded);
+            printFile(*loaded);
         }
         // Nowhere to put the rest once standard output refuses it.
         if (!flushStandardOutput()) {
@@ -194,6 +186,53 @@ int runInfo(const std::vector<std::string>& files, bool json, std::uintmax_t max
         std::cout << '\n';
     }
     return failed == 0 ? 0 : 1;
+}
+
+namespace {
+
+// Sizes as CLI11 reads them: a number first, then an optional suffix.
+CLI::Validator byteCount() {
+    return CLI::Validator(
+        [](const std::string& text) {
+            return !text.empty() && std::isdigit(static_cast<unsigned char>(text.front()))
+                       ? std::string()
+                       : "expects a number of bytes, such as 800, 64K or 2G";
+        },
+        "");
+}
+
+struct InfoValues {
+    std::vector<std::string> files;
+    bool json = false;
+    std::uint64_t maxSize = kDefaultMaxFileBytes;
+};
+
+}  // namespace
+
+Command addInfoCommand(CLI::App& app) {
+    auto values = std::make_shared<InfoValues>();
+    CLI::App* info = app.add_subcommand(
+        "info",
+        "Kind, version and a summary of each file (coil, vapor cell, SQUID record, OPM "
+        "record, sensor, head localization)");
+    info->add_option("FILE", values->files, "Files to look into; - reads standard input")
+        ->required();
+    info->add_flag("--json", values->json,
+                   "Print every field of every object as one JSON array; a file that fails is "
+                   "an entry with \"file\", \"code\" (missing, not-regular-file, too-large, "
+                   "read-error, bad-magic, refused-version, truncated, refused, corrupt), "
+                   "\"error\", \"boxes\", and \"kind\", \"magic\" and \"version\" where known; "
+                   "a name that is not UTF-8 is also given whole in \"file_bytes\" as hex");
+    info->add_option("--max-size", values->maxSize,
+                     "Refuse files and standard input larger than this (suffixes K, M, G: "
+                     "powers of 1024)")
+        ->check(byteCount())
+        ->transform(CLI::AsSizeValue(false).description(""))
+        ->type_name("BYTES")
+        ->default_str("1G");
+    info->footer(helpFooter({"fluxgrid info --json examples/data/sensor-opm-20200210.sensor",
+                             "fluxgrid info - < recording.sensor"}));
+    return {info, [values] { return runInfo(values->files, values->json, values->maxSize); }, {}};
 }
 
 }  // namespace fluxgrid::tool

@@ -2,16 +2,20 @@
 
 #include "ChannelExport.h"
 #include "CommandLine.h"
+#include "Commands.h"
 #include "Format.h"
 #include "JsonWriter.h"
 #include "LayoutSvg.h"
-#include "LayoutTables.h"
 #include "Output.h"
 #include "PlotImage.h"
 #include "Suggest.h"
 
+#include <fluxgrid/channels/ChannelTypes.h>
+#include <fluxgrid/tables/Layouts.h>
+
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <sstream>
 
@@ -22,90 +26,27 @@ namespace {
 constexpr const char* kNative = "native";
 constexpr const char* kRas = "ras";
 
-}  // namespace
-
-LayoutCommand::LayoutCommand(CLI::App& app) {
-    CLI::App* layout = app.add_subcommand("layout", "The thirteen channel layout tables");
-    layout->require_subcommand(1);
-    layout->footer(helpFooter({"fluxgrid layout list", "fluxgrid layout show megLayout32 --json"}));
-
-    m_list = layout->add_subcommand("list", "Name, kind, row count and frame of each table");
-    m_list->add_flag("--json", m_json, "Print the tables as one JSON array");
-    m_list->footer(helpFooter({"fluxgrid layout list --json"}));
-
-    m_show = layout->add_subcommand("show", "Every row of one table");
-    m_show->add_option("NAME", m_table, "Table name, as `layout list` gives it")
-        ->required()
-        ->type_name("TABLE");
-    m_show->add_flag("--json", m_json, "Print the table and its rows as one JSON object");
-    m_show->footer(helpFooter({"fluxgrid layout show eegLayout32"}));
-
-    m_export = layout->add_subcommand("export",
-                                      "One table as CSV, TSV, BESA/EEGLAB .sfp or ASA .elc text");
-    m_export->add_option("NAME", m_table, "Table name")->required()->type_name("TABLE");
-    m_export->add_option("--format", m_format, "csv, tsv, sfp or elc")
-        ->required()
-        ->type_name("FORMAT")
-        ->check(CLI::IsMember(exportFormatNames()));
-    m_export
-        ->add_option("--frame", m_frame,
-                     "native: the table's own frame and unit; ras: x to the subject's right, y "
-                     "to the nose, z up, in metres")
-        ->type_name("FRAME")
-        ->check(CLI::IsMember(layoutFrameNames()))
-        ->capture_default_str();
-    m_export->add_option("-o,--output", m_out, "Output file (standard output if not given)")
-        ->type_name("FILE");
-    m_export->footer(
-        helpFooter({"fluxgrid layout export eegLayout32 --format sfp --frame ras -o eeg32.sfp"}));
-
-    m_plot = layout->add_subcommand(
-        "plot",
-        "One table drawn as a labelled top view, coloured by channel type, in SVG, PNG or PDF "
-        "as the output's extension says");
-    m_plot->add_option("NAME", m_table, "Table name")->required()->type_name("TABLE");
-    m_plot
-        ->add_option("-o,--output", m_out,
-                     "Output file: .svg, .png or .pdf (SVG without extension)")
-        ->required()
-        ->type_name("FILE");
-    m_plot->footer(helpFooter({"fluxgrid layout plot megLayout32 -o megLayout32.png"}));
-}
-
-bool LayoutCommand::parsed() const {
-    return m_list->parsed() || m_show->parsed() || m_export->parsed() || m_plot->parsed();
-}
-
-int LayoutCommand::run() const {
-    if (m_list->parsed()) {
-        return runLayoutList(m_json);
-    }
-    if (m_show->parsed()) {
-        return runLayoutShow(m_table, m_json);
-    }
-    if (m_export->parsed()) {
-        return runLayoutExport(m_table, m_format, m_frame, m_out);
-    }
-    return runLayoutPlot(m_table, m_out);
-}
-
+// The names of all tables, in the library's order.
 std::vector<std::string> layoutNames() {
     std::vector<std::string> names;
-    for (const LayoutTable& table : layoutTables()) {
-        names.push_back(table.name);
+    for (const LayoutTableInfo& table : layoutTables()) {
+        names.emplace_back(table.name);
     }
     return names;
 }
 
+// The names that `--frame` takes.
 std::vector<std::string> layoutFrameNames() {
     return {kNative, kRas};
 }
 
-namespace {
+std::string kindWord(const LayoutTableInfo& table) {
+    return table.isMeg() ? "MEG" : "EEG";
+}
 
 // The table called `name`, or null after saying which one was meant.
-const LayoutTable* requireLayout(const std::string& name) {
-    const LayoutTable* table = findLayout(name);
+const LayoutTableInfo* requireLayout(const std::string& name) {
+    const LayoutTableInfo* table = findLayoutTable(name);
     if (table == nullptr) {
         std::cerr << "fluxgrid: no layout table called \"" << name << "\"; did you mean \""
                   << nearestName(name, layoutNames())
@@ -116,15 +57,16 @@ const LayoutTable* requireLayout(const std::string& name) {
 
 // The members that describe a table, in byte order of their keys up to
 // "rows", which the caller writes or not.
-void tableHeadJson(JsonWriter& out, const LayoutTable& table) {
+void tableHeadJson(JsonWriter& out, const LayoutTableInfo& table) {
+    const LayoutFrameInfo& frame = layoutFrameInfo(table.frame);
     out.key("axes");
-    out.string(frameAxes(table.frame));
+    out.string(frame.description);
     out.key("axesCode");
-    out.string(frameAxesCode(table.frame));
+    out.string(frame.axes);
     out.key("frame");
-    out.string(frameName(table.frame));
+    out.string(frame.name);
     out.key("kind");
-    out.string(table.meg ? "MEG" : "EEG");
+    out.string(kindWord(table));
     out.key("name");
     out.string(table.name);
 }
@@ -137,7 +79,7 @@ void triple(JsonWriter& out, const std::array<double, 3>& v) {
     out.endArray();
 }
 
-void rowJson(JsonWriter& out, const ChannelRow& row) {
+void rowJson(JsonWriter& out, const LayoutRow& row) {
     out.beginObject();
     out.key("name");
     out.string(row.name);
@@ -152,7 +94,7 @@ void rowJson(JsonWriter& out, const ChannelRow& row) {
     out.key("sensorType");
     out.integer(row.sensorType);
     out.key("typeName");
-    out.string(typeName(row.sensorType));
+    out.string(channelType(row.sensorType).name);
     out.endObject();
 }
 
@@ -160,13 +102,13 @@ std::string listJson() {
     std::ostringstream text;
     JsonWriter out(text);
     out.beginArray();
-    for (const LayoutTable& table : layoutTables()) {
+    for (const LayoutTableInfo& table : layoutTables()) {
         out.beginObject();
         tableHeadJson(out, table);
         out.key("rows");
-        out.unsignedInteger(table.rows.size());
+        out.unsignedInteger(table.size());
         out.key("unit");
-        out.string(frameUnit(table.frame));
+        out.string(layoutFrameInfo(table.frame).unit);
         out.endObject();
     }
     out.endArray();
@@ -180,48 +122,52 @@ std::string listText() {
     std::snprintf(line, sizeof line, "%-15s %-4s %5s  %-7s %s\n", "name", "kind", "rows", "frame",
                   "axes");
     text << line;
-    for (const LayoutTable& table : layoutTables()) {
-        std::snprintf(line, sizeof line, "%-15s %-4s %5zu  %-7s %s\n", table.name.c_str(),
-                      table.meg ? "MEG" : "EEG", table.rows.size(), frameName(table.frame),
-                      frameAxes(table.frame));
+    for (const LayoutTableInfo& table : layoutTables()) {
+        const LayoutFrameInfo& frame = layoutFrameInfo(table.frame);
+        std::snprintf(line, sizeof line, "%-15s %-4s %5zu  %-7s %s\n",
+                      std::string(table.name).c_str(), kindWord(table).c_str(), table.size(),
+                      std::string(frame.name).c_str(), std::string(frame.description).c_str());
         text << line;
     }
     return text.str();
 }
 
-std::string showJson(const LayoutTable& table) {
+std::string showJson(const LayoutTableInfo& table) {
     std::ostringstream text;
     JsonWriter out(text);
     out.beginObject();
     tableHeadJson(out, table);
     out.key("rows");
     out.beginArray();
-    for (const ChannelRow& row : table.rows) {
+    for (const LayoutRow& row : layoutRows(table)) {
         rowJson(out, row);
     }
     out.endArray();
     out.key("unit");
-    out.string(frameUnit(table.frame));
+    out.string(layoutFrameInfo(table.frame).unit);
     out.endObject();
     text << '\n';
     return text.str();
 }
 
-std::string showText(const LayoutTable& table) {
+std::string showText(const LayoutTableInfo& table) {
+    const LayoutFrameInfo& frame = layoutFrameInfo(table.frame);
     std::ostringstream text;
     char line[240];
-    std::snprintf(line, sizeof line, "%s: %zu rows, %s frame (%s)\n", table.name.c_str(),
-                  table.rows.size(), frameName(table.frame), frameAxes(table.frame));
+    std::snprintf(line, sizeof line, "%s: %zu rows, %s frame (%s)\n",
+                  std::string(table.name).c_str(), table.size(), std::string(frame.name).c_str(),
+                  std::string(frame.description).c_str());
     text << line;
     std::snprintf(line, sizeof line, "%4s %-8s %12s %12s %12s", "row", "name", "x", "y", "z");
     text << line;
-    if (table.meg) {
+    if (table.isMeg()) {
         std::snprintf(line, sizeof line, " %10s %10s %10s", "ornX", "ornY", "ornZ");
         text << line;
     }
     text << "  type\n";
-    for (std::size_t i = 0; i < table.rows.size(); ++i) {
-        const ChannelRow& row = table.rows[i];
+    const std::vector<LayoutRow> rows = layoutRows(table);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const LayoutRow& row = rows[i];
         std::snprintf(line, sizeof line, "%4zu %-8s %12s %12s %12s", i, row.name.c_str(),
                       number(row.pos[0]).c_str(), number(row.pos[1]).c_str(),
                       number(row.pos[2]).c_str());
@@ -231,7 +177,7 @@ std::string showText(const LayoutTable& table) {
                           (*row.orn)[2]);
             text << line;
         }
-        text << "  " << row.sensorType << ' ' << typeName(row.sensorType) << '\n';
+        text << "  " << row.sensorType << ' ' << channelType(row.sensorType).name << '\n';
     }
     return text.str();
 }
@@ -243,7 +189,7 @@ int runLayoutList(bool json) {
 }
 
 int runLayoutShow(const std::string& name, bool json) {
-    const LayoutTable* table = requireLayout(name);
+    const LayoutTableInfo* table = requireLayout(name);
     if (table == nullptr) {
         return kUsage;
     }
@@ -252,7 +198,7 @@ int runLayoutShow(const std::string& name, bool json) {
 
 int runLayoutExport(const std::string& name, const std::string& format, const std::string& frame,
                     const std::string& out) {
-    const LayoutTable* table = requireLayout(name);
+    const LayoutTableInfo* table = requireLayout(name);
     if (table == nullptr) {
         return kUsage;
     }
@@ -266,17 +212,14 @@ int runLayoutExport(const std::string& name, const std::string& format, const st
         return kUsage;
     }
     if (frame == kRas) {
-        std::vector<ChannelRow> rows;
-        for (const ChannelRow& row : table->rows) {
-            rows.push_back(toRasMetres(table->frame, row));
-        }
-        const ExportFrame ras{table->name, "RAS",
+        const ExportFrame ras{std::string(table->name), "RAS",
                               "x to the subject's right, y to the nose, z to the top; metres", "m"};
-        return writeText(exportRows(rows, *exportFormat, ras), out);
+        return writeText(exportRows(layoutRowsInRas(*table), *exportFormat, ras), out);
     }
-    const ExportFrame native{table->name, frameName(table->frame), frameAxes(table->frame),
-                             frameUnit(table->frame)};
-    return writeText(exportRows(table->rows, *exportFormat, native), out);
+    const LayoutFrameInfo& info = layoutFrameInfo(table->frame);
+    const ExportFrame native{std::string(table->name), std::string(info.name),
+                             std::string(info.description), std::string(info.unit)};
+    return writeText(exportRows(layoutRows(*table), *exportFormat, native), out);
 }
 
 int runLayoutPlot(const std::string& name, const std::string& out) {
@@ -286,7 +229,7 @@ int runLayoutPlot(const std::string& name, const std::string& out) {
                   << "; give the output one of these extensions\n";
         return kUsage;
     }
-    const LayoutTable* table = requireLayout(name);
+    const LayoutTableInfo* table = requireLayout(name);
     if (table == nullptr) {
         return kUsage;
     }
@@ -295,6 +238,86 @@ int runLayoutPlot(const std::string& name, const std::string& out) {
         std::printf("wrote %s\n", out.c_str());
     }
     return status;
+}
+
+namespace {
+
+// The values of the commands of `layout`, which share them.
+struct LayoutValues {
+    std::string table;
+    std::string format;
+    std::string frame = kNative;
+    std::string out;
+    bool json = false;
+};
+
+}  // namespace
+
+Command addLayoutCommand(CLI::App& app) {
+    auto values = std::make_shared<LayoutValues>();
+    CLI::App* layout = app.add_subcommand("layout", "The thirteen channel layout tables");
+    layout->require_subcommand(1);
+    layout->footer(helpFooter({"fluxgrid layout list", "fluxgrid layout show megLayout32 --json"}));
+
+    CLI::App* list =
+        layout->add_subcommand("list", "Name, kind, row count and frame of each table");
+    list->add_flag("--json", values->json, "Print the tables as one JSON array");
+    list->footer(helpFooter({"fluxgrid layout list --json"}));
+
+    CLI::App* show = layout->add_subcommand("show", "Every row of one table");
+    show->add_option("NAME", values->table, "Table name, as `layout list` gives it")
+        ->required()
+        ->type_name("TABLE");
+    show->add_flag("--json", values->json, "Print the table and its rows as one JSON object");
+    show->footer(helpFooter({"fluxgrid layout show eegLayout32"}));
+
+    CLI::App* exportTable = layout->add_subcommand(
+        "export", "One table as CSV, TSV, BESA/EEGLAB .sfp or ASA .elc text");
+    exportTable->add_option("NAME", values->table, "Table name")->required()->type_name("TABLE");
+    exportTable->add_option("--format", values->format, "csv, tsv, sfp or elc")
+        ->required()
+        ->type_name("FORMAT")
+        ->check(CLI::IsMember(exportFormatNames()));
+    exportTable
+        ->add_option("--frame", values->frame,
+                     "native: the table's own frame and unit; ras: x to the subject's right, y "
+                     "to the nose, z up, in metres")
+        ->type_name("FRAME")
+        ->check(CLI::IsMember(layoutFrameNames()))
+        ->capture_default_str();
+    exportTable
+        ->add_option("-o,--output", values->out, "Output file (standard output if not given)")
+        ->type_name("FILE");
+    exportTable->footer(
+        helpFooter({"fluxgrid layout export eegLayout32 --format sfp --frame ras -o eeg32.sfp"}));
+
+    CLI::App* plot = layout->add_subcommand(
+        "plot",
+        "One table drawn as a labelled top view, coloured by channel type, in SVG, PNG or PDF "
+        "as the output's extension says");
+    plot->add_option("NAME", values->table, "Table name")->required()->type_name("TABLE");
+    plot->add_option("-o,--output", values->out,
+                     "Output file: .svg, .png or .pdf (SVG without extension)")
+        ->required()
+        ->type_name("FILE");
+    plot->footer(helpFooter({"fluxgrid layout plot megLayout32 -o megLayout32.png"}));
+
+    const auto run = [values, list, show, exportTable] {
+        const LayoutValues& v = *values;
+        if (list->parsed()) {
+            return runLayoutList(v.json);
+        }
+        if (show->parsed()) {
+            return runLayoutShow(v.table, v.json);
+        }
+        if (exportTable->parsed()) {
+            return runLayoutExport(v.table, v.format, v.frame, v.out);
+        }
+        return runLayoutPlot(v.table, v.out);
+    };
+    const ValueWords words = {
+        {"TABLE", layoutNames()}, {"FORMAT", exportFormatNames()}, {"FRAME", layoutFrameNames()}};
+    return {layout, run, words};
 }
 
 }  // namespace fluxgrid::tool

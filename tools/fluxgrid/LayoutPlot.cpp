@@ -1,12 +1,13 @@
 #include "LayoutPlot.h"
 
+#include <fluxgrid/channels/ChannelTypes.h>
 #include <fluxgrid/element/BscMagSns.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <map>
+#include <iterator>
 #include <numbers>
 #include <optional>
 
@@ -256,9 +257,9 @@ class LabelPlacer {
 
 // The distance of the positions from the frame's origin, the middle one: the
 // radius at which the scale bar's lengths hold.
-double medianRadius(const LayoutTable& table) {
+double medianRadius(const std::vector<LayoutRow>& rows) {
     std::vector<double> radii;
-    for (const ChannelRow& row : table.rows) {
+    for (const LayoutRow& row : rows) {
         radii.push_back(std::hypot(row.pos[0], row.pos[1], row.pos[2]));
     }
     if (radii.empty()) {
@@ -288,10 +289,11 @@ std::string shortNumber(double value) {
 // In the azimuthal equidistant projection a distance from the vertex along
 // the head is true to scale: an arc of length s at radius r lies s / r
 // radians from the vertex.
-PlotScaleBar scaleBarOf(const LayoutTable& table, double pixelsPerFlatUnit) {
-    const double radius = medianRadius(table);
+PlotScaleBar scaleBarOf(LayoutFrame frame, const std::vector<LayoutRow>& rows,
+                        double pixelsPerFlatUnit) {
+    const double radius = medianRadius(rows);
     const double pixelsPerRadian = pixelsPerFlatUnit / kFlattenRadians;
-    const std::string unit = frameUnit(table.frame);
+    const std::string unit(layoutFrameInfo(frame).unit);
     PlotScaleBar bar;
     bar.start = kScaleBarStart;
     if (unit.empty()) {
@@ -311,14 +313,41 @@ PlotScaleBar scaleBarOf(const LayoutTable& table, double pixelsPerFlatUnit) {
     return bar;
 }
 
-std::vector<PlotLegendEntry> legendOf(const LayoutTable& table) {
+// The tables' ear electrodes (A1, A2): 300 plus their electrode kind 1.
+constexpr int kEarElectrode = 301;
+
+// Each kind of channel in a colour of its own, the ear electrodes in grey,
+// and every other type from a palette by its place in the legend; so is a
+// second type of a kind that already has its colour.
+std::string colourOf(int sensorType, std::size_t index, const std::vector<PlotLegendEntry>& taken) {
+    const char* colour = nullptr;
+    if (sensorType == kEarElectrode) {
+        colour = "#7f7f7f";
+    } else if (const ChannelKind kind = channelType(sensorType).kind; kind == ChannelKind::meg) {
+        colour = "#1f77b4";
+    } else if (kind == ChannelKind::reference) {
+        colour = "#ff7f0e";
+    } else if (kind == ChannelKind::eeg) {
+        colour = "#2ca02c";
+    }
+    if (colour != nullptr &&
+        std::none_of(taken.begin(), taken.end(),
+                     [&](const PlotLegendEntry& entry) { return entry.colour == colour; })) {
+        return colour;
+    }
+    static const char* const others[] = {"#9467bd", "#d62728", "#8c564b", "#e377c2", "#17becf"};
+    return others[index % std::size(others)];
+}
+
+std::vector<PlotLegendEntry> legendOf(const std::vector<LayoutRow>& rows) {
     std::vector<PlotLegendEntry> legend;
-    for (const ChannelRow& row : table.rows) {
+    for (const LayoutRow& row : rows) {
         auto found = std::find_if(legend.begin(), legend.end(), [&](const PlotLegendEntry& entry) {
             return entry.sensorType == row.sensorType;
         });
         if (found == legend.end()) {
-            legend.push_back({row.sensorType, legendName(row.sensorType), 0});
+            legend.push_back({row.sensorType, legendName(row.sensorType),
+                              colourOf(row.sensorType, legend.size(), legend), 0});
             found = legend.end() - 1;
         }
         ++found->count;
@@ -399,26 +428,43 @@ PlotBox textBox(std::string_view text, double fontSize) {
 }
 
 std::string legendName(int sensorType) {
-    static const std::map<int, const char*> kinds = {
-        {10, "MEG reference"}, {100, "MEG sensor"}, {302, "EEG electrode"}};
-    if (sensorType == 301) {
-        // The tables' ear electrodes (A1, A2): 300 plus their electrode kind 1.
+    if (sensorType == kEarElectrode) {
         return "Ear electrode";
     }
-    const std::string name = typeName(sensorType);
-    const auto kind = kinds.find(sensorType);
-    if (kind != kinds.end()) {
-        return name + ", " + kind->second;
+    const ChannelType type = channelType(sensorType);
+    if (!type.known) {
+        return "Type " + std::to_string(sensorType);
     }
-    return name == "Unknown" ? "Type " + std::to_string(sensorType) : name;
+    const std::string name(type.name);
+    switch (type.kind) {
+        case ChannelKind::meg:
+            return name + ", MEG sensor";
+        case ChannelKind::reference:
+            return name + ", MEG reference";
+        case ChannelKind::eeg:
+            return name + ", EEG electrode";
+        default:
+            return name;
+    }
 }
 
-LayoutPlot layoutPlot(const LayoutTable& table) {
+std::array<double, 3> toVertexUp(LayoutFrame frame, const std::array<double, 3>& pos) {
+    std::array<double, 3> up = directionToRas(frame, pos);
+    if (frame == LayoutFrame::head) {
+        // The head frame is left-handed: its turn without the mirror keeps
+        // the subject's left on +X, and the drawing undoes the mirror.
+        up[0] = -up[0];
+    }
+    return up;
+}
+
+LayoutPlot layoutPlot(const LayoutTableInfo& table) {
+    const std::vector<LayoutRow> rows = layoutRows(table);
     LayoutPlot plot;
     plot.width = kWidth;
     plot.height = kHeight;
     plot.labelArea = kLabelArea;
-    const bool dense = table.rows.size() > 100;
+    const bool dense = rows.size() > 100;
     const double markerRadius = dense ? 3.0 : 5.5;
     plot.fontSize = dense ? 6.0 : 11.0;
 
@@ -426,7 +472,7 @@ LayoutPlot layoutPlot(const LayoutTable& table) {
     const bool mirrored = table.frame == LayoutFrame::head;
     std::vector<PlotPoint> flat;
     double farthest = 0.0;
-    for (const ChannelRow& row : table.rows) {
+    for (const LayoutRow& row : rows) {
         const auto up = toVertexUp(table.frame, row.pos);
         double u = 0.0;
         double v = 0.0;
@@ -456,12 +502,12 @@ LayoutPlot layoutPlot(const LayoutTable& table) {
         placer.reserve(side.box);
     }
     placer.reserve(boundsOf(plot.nose));
-    for (std::size_t i = 0; i < table.rows.size(); ++i) {
-        plot.labels.push_back(placer.place(i, table.rows[i].name, plot.fontSize,
-                                           outwardAngle(plot.markers[i].centre)));
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        plot.labels.push_back(
+            placer.place(i, rows[i].name, plot.fontSize, outwardAngle(plot.markers[i].centre)));
     }
-    plot.legend = legendOf(table);
-    plot.scaleBar = scaleBarOf(table, scale);
+    plot.legend = legendOf(rows);
+    plot.scaleBar = scaleBarOf(table.frame, rows, scale);
     return plot;
 }
 

@@ -5,8 +5,9 @@
 /// placement can be checked without reading SVG back.
 #pragma once
 
-#include "LayoutTables.h"
+#include <fluxgrid/tables/Layouts.h>
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +53,8 @@ struct PlotLabel {
 struct PlotLegendEntry {
     int sensorType = 0;
     std::string text;
+    /// The fill of the type's markers, as SVG writes a colour.
+    std::string colour;
     int count = 0;
 };
 
@@ -93,16 +96,23 @@ struct LayoutPlot {
 /// projection about the vertex. Labels sit beside their markers where there
 /// is room, else farther out with a leader line, so that no two labels
 /// overlap each other or any marker while the drawing has room for them.
-LayoutPlot layoutPlot(const LayoutTable& table);
+LayoutPlot layoutPlot(const LayoutTableInfo& table);
+
+/// A position of a table's frame turned so that the table's vertex points
+/// along +Z, its nose along +Y, and the subject's right along +X (for the
+/// head frame, its left: the frame is left-handed, and whoever draws it
+/// undoes the mirror).
+std::array<double, 3> toVertexUp(LayoutFrame frame, const std::array<double, 3>& pos);
 
 /// The box that `text` takes in DejaVu Sans at `fontSize` pixels, with the
 /// left end of its baseline at (0, 0): the advance widths of the face,
 /// from the top of its tallest letters to the bottom of its descenders.
 PlotBox textBox(std::string_view text, double fontSize);
 
-/// How the legend names a channel type: the library's name where it has one
-/// with a word of what it is ("MEG_SNSR, MEG sensor"), and for the ear
-/// electrodes, which the library leaves unnamed, "Ear electrode".
+/// How the legend names a channel type: the library's name where it has one,
+/// with what kind of channel it is for MEG sensors, MEG references and EEG
+/// electrodes ("MEG_SNSR, MEG sensor"); for the ear electrodes, which the
+/// library leaves unnamed, "Ear electrode"; else "Type " and the code.
 std::string legendName(int sensorType);
 
 }  // namespace fluxgrid::tool

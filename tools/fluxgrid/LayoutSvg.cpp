@@ -2,16 +2,18 @@
 
 #include "Format.h"
 
-#include <iterator>
 #include <map>
 #include <ostream>
 #include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace fluxgrid::tool {
 
 namespace {
 
-std::string escaped(const std::string& text) {
+std::string escaped(std::string_view text) {
     std::string out;
     for (char c : text) {
         switch (c) {
@@ -32,23 +34,6 @@ std::string escaped(const std::string& text) {
         }
     }
     return out;
-}
-
-const char* colourOf(int sensorType, std::size_t index) {
-    switch (sensorType) {
-        case 100:
-            return "#1f77b4";
-        case 10:
-            return "#ff7f0e";
-        case 302:
-            return "#2ca02c";
-        case 301:
-            return "#7f7f7f";
-        default:
-            break;
-    }
-    static const char* const others[] = {"#9467bd", "#d62728", "#8c564b", "#e377c2", "#17becf"};
-    return others[index % std::size(others)];
 }
 
 std::string point(PlotPoint p) {
@@ -83,11 +68,11 @@ void writeHead(std::ostream& svg, const LayoutPlot& plot) {
     svg << "</g>\n";
 }
 
-void writeMarkers(std::ostream& svg, const LayoutTable& table, const LayoutPlot& plot,
-                  const std::map<int, const char*>& colours) {
+void writeMarkers(std::ostream& svg, const std::vector<LayoutRow>& rows, const LayoutPlot& plot,
+                  const std::map<int, std::string>& colours) {
     svg << "<g stroke=\"#222222\" stroke-width=\"0.6\">\n";
-    for (std::size_t i = 0; i < table.rows.size(); ++i) {
-        const ChannelRow& row = table.rows[i];
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const LayoutRow& row = rows[i];
         const PlotCircle& marker = plot.markers[i];
         svg << "<circle cx=\"" << fixed(marker.centre.x) << "\" cy=\"" << fixed(marker.centre.y)
             << "\" r=\"" << fixed(marker.radius) << "\" fill=\"" << colours.at(row.sensorType)
@@ -117,8 +102,7 @@ void writeLabels(std::ostream& svg, const LayoutPlot& plot) {
 }
 
 // One line per channel type: its colour, its name and its count.
-void writeLegend(std::ostream& svg, const LayoutPlot& plot,
-                 const std::map<int, const char*>& colours) {
+void writeLegend(std::ostream& svg, const LayoutPlot& plot) {
     const double x = 680;
     double y = 90;
     svg << "<text x=\"" << x << "\" y=\"" << y
@@ -126,7 +110,7 @@ void writeLegend(std::ostream& svg, const LayoutPlot& plot,
     for (const PlotLegendEntry& entry : plot.legend) {
         y += 24;
         svg << "<circle cx=\"" << x + 7 << "\" cy=\"" << y - 4 << "\" r=\"6\" fill=\""
-            << colours.at(entry.sensorType) << "\" stroke=\"#222222\" stroke-width=\"0.6\"/>\n";
+            << entry.colour << "\" stroke=\"#222222\" stroke-width=\"0.6\"/>\n";
         svg << "<text x=\"" << x + 20 << "\" y=\"" << y << "\" font-size=\"12\">"
             << escaped(entry.text) << " (" << entry.count << ")</text>\n";
     }
@@ -148,12 +132,13 @@ void writeScaleBar(std::ostream& svg, const PlotScaleBar& bar) {
 
 }  // namespace
 
-std::string layoutSvg(const LayoutTable& table) {
+std::string layoutSvg(const LayoutTableInfo& table) {
     const LayoutPlot plot = layoutPlot(table);
-    std::map<int, const char*> colours;
-    for (std::size_t i = 0; i < plot.legend.size(); ++i) {
-        colours[plot.legend[i].sensorType] = colourOf(plot.legend[i].sensorType, i);
+    std::map<int, std::string> colours;
+    for (const PlotLegendEntry& entry : plot.legend) {
+        colours[entry.sensorType] = entry.colour;
     }
+    const std::vector<LayoutRow> rows = layoutRows(table);
 
     std::ostringstream svg;
     svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
@@ -164,14 +149,14 @@ std::string layoutSvg(const LayoutTable& table) {
     svg << "<g font-family=\"DejaVu Sans, Helvetica, Arial, sans-serif\">\n";
     svg << "<text x=\"20\" y=\"32\" font-size=\"20\" font-weight=\"bold\">" << escaped(table.name)
         << "</text>\n";
-    svg << "<text x=\"20\" y=\"52\" font-size=\"12\" fill=\"#444444\">" << table.rows.size()
-        << (table.meg ? " MEG" : " EEG") << " channels, " << frameName(table.frame)
+    svg << "<text x=\"20\" y=\"52\" font-size=\"12\" fill=\"#444444\">" << rows.size()
+        << (table.isMeg() ? " MEG" : " EEG") << " channels, " << layoutFrameInfo(table.frame).name
         << " frame; top view, nose up; outline at " << fixed(plot.outlineDegrees)
         << " degrees from the vertex</text>\n";
     writeHead(svg, plot);
-    writeMarkers(svg, table, plot, colours);
+    writeMarkers(svg, rows, plot, colours);
     writeLabels(svg, plot);
-    writeLegend(svg, plot, colours);
+    writeLegend(svg, plot);
     writeScaleBar(svg, plot.scaleBar);
     svg << "</g>\n</svg>\n";
     return svg.str();

@@ -3,7 +3,8 @@
 #pragma once
 
 #include "LayoutPlot.h"
-#include "LayoutTables.h"
+
+#include <fluxgrid/tables/Layouts.h>
 
 #include <string>
 
@@ -12,6 +13,6 @@ namespace fluxgrid::tool {
 /// The drawing that `layoutPlot` lays out: markers coloured by channel type,
 /// labels with their leader lines, a legend of the types and their counts,
 /// and the scale bar.
-std::string layoutSvg(const LayoutTable& table);
+std::string layoutSvg(const LayoutTableInfo& table);
 
 }  // namespace fluxgrid::tool

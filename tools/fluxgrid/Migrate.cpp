@@ -1,5 +1,7 @@
 #include "Migrate.h"
 
+#include "CommandLine.h"
+#include "Commands.h"
 #include "Output.h"
 
 #include <fluxgrid/fields/FieldTable.h>
@@ -12,7 +14,9 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <span>
 #include <thread>
@@ -275,6 +279,63 @@ int runMigrate(const std::vector<std::string>& files, const MigrateOptions& opti
                 counts[static_cast<int>(Outcome::current)], failed);
     flushStandardOutput();
     return failed == 0 ? 0 : 1;
+}
+
+namespace {
+
+struct MigrateValues {
+    std::vector<std::string> files;
+    MigrateOptions options;
+    bool inPlace = false;
+    std::string fault;
+};
+
+// What the parse cannot check: where the outputs go, and the fault that a
+// test asked for, which is put in the way of every write from here on.
+void checkMigrateValues(const MigrateValues& values) {
+    if (!values.options.outDir && !values.inPlace) {
+        throw CLI::ValidationError("migrate", "one of --out-dir DIR or --in-place is required");
+    }
+    if (!values.fault.empty()) {
+        const std::optional<WriteFault> fault = parseWriteFault(values.fault);
+        if (!fault) {
+            throw CLI::ValidationError("--inject-write-fault",
+                                       "expects kill:N, nospace:N or stop:N");
+        }
+        setWriteFault(*fault);
+    }
+}
+
+}  // namespace
+
+Command addMigrateCommand(CLI::App& app) {
+    auto values = std::make_shared<MigrateValues>();
+    values->options.jobs = std::max(1u, std::thread::hardware_concurrency());
+    CLI::App* migrate = app.add_subcommand(
+        "migrate", "Load sensor files of any accepted version and store them as the newest");
+    migrate->add_option("FILE", values->files, "Sensor files to migrate")->required();
+    CLI::Option* outDir = migrate->add_option("--out-dir", values->options.outDir,
+                                              "Write the migrated files into this folder");
+    CLI::Option* inPlace = migrate->add_flag(
+        "--in-place", values->inPlace,
+        "Replace each file by its migrated form, keeping its permissions, owner, group and "
+        "extended attributes; a symbolic link is followed to its target");
+    outDir->excludes(inPlace);
+    migrate
+        ->add_option("-j,--jobs", values->options.jobs, "Files worked on at once (default: cores)")
+        ->check(CLI::Range(1u, 1024u));
+    migrate->add_flag("--break-hardlinks", values->options.breakHardLinks,
+                      "Replace a file that has several hard links anyway (its other names keep "
+                      "the old content); by default such a file is left alone");
+    // For tests only: makes every write fail after a number of bytes, by a
+    // crash ("kill:N") or a full disk ("nospace:N"), or stops the process
+    // there ("stop:N") so that a test can signal it.
+    migrate->add_option("--inject-write-fault", values->fault)->group("");
+    migrate->footer(helpFooter({"fluxgrid migrate --out-dir new old/*.sensor"}));
+    // Runs once the whole command line is parsed and checked by CLI11, so
+    // that its refusals come after CLI11's own.
+    migrate->final_callback([values] { checkMigrateValues(*values); });
+    return {migrate, [values] { return runMigrate(values->files, values->options); }, {}};
 }
 
 }  // namespace fluxgrid::tool

@@ -1,6 +1,8 @@
 #include "View.h"
 
 #include "Check.h"
+#include "CommandLine.h"
+#include "Commands.h"
 #include "Output.h"
 #include "ViewPage.h"
 
@@ -8,6 +10,7 @@
 #include <fluxgrid/tables/Layouts.h>
 
 #include <iostream>
+#include <memory>
 #include <string_view>
 
 namespace fluxgrid::tool {
@@ -142,6 +145,36 @@ int runView(const ArrayInputs& inputs, const std::string& axes, const std::strin
         std::cerr << "fluxgrid: wrote " << out << " (" << checkSummary(array) << ")\n";
     }
     return array.sensors.empty() ? 1 : 0;
+}
+
+Command addViewCommand(CLI::App& app) {
+    struct Options {
+        ArrayInputs inputs;
+        std::string frame = "dewar";
+        std::string axes = "LSP";
+        std::string out = "view.html";
+    };
+    auto options = std::make_shared<Options>();
+    CLI::App* view = app.add_subcommand(
+        "view",
+        "Draw a sensor array in 3D as one self-contained HTML page, with every finding "
+        "of check drawn and listed");
+    ValueWords words = addArrayOptions(*view, options->inputs, options->frame);
+    view->add_option("-o,--output", options->out, "The page to write; - for standard output")
+        ->capture_default_str()
+        ->type_name("FILE");
+    view->add_option("--axes", options->axes,
+                     "The orientation code of the sensors' frame, so that the page marks the "
+                     "subject's right, front and top")
+        ->capture_default_str()
+        ->type_name("AXES");
+    view->footer(helpFooter({"fluxgrid view demo/sensors/squid21 -o squid21.html"}));
+    return {view,
+            [options] {
+                options->inputs.frame = frameOf(options->frame);
+                return runView(options->inputs, options->axes, options->out);
+            },
+            words};
 }
 
 }  // namespace fluxgrid::tool

@@ -13,7 +13,9 @@
 #include <cstddef>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace fluxgrid {
 
@@ -77,6 +79,25 @@ struct LayoutTableInfo {
     bool isMeg() const { return !meg.empty(); }
     std::size_t size() const { return isMeg() ? meg.size() : eeg.size(); }
 };
+
+/// One row of a table as a host reads it, whichever kind of table holds
+/// it: the label in UTF-8, the position, the orientation of an MEG row, and
+/// the channel type code.
+struct LayoutRow {
+    std::string name;
+    std::array<double, 3> pos{};
+    /// None for the rows of an EEG table.
+    std::optional<std::array<double, 3>> orn;
+    int sensorType = 0;
+};
+
+/// The rows of `table`, in order, in its own frame and unit.
+std::vector<LayoutRow> layoutRows(const LayoutTableInfo& table);
+/// A row of a table of `frame` in RAS: its position in metres as
+/// `positionToRas` gives it, its orientation turned as `directionToRas`.
+LayoutRow rowToRas(LayoutFrame frame, const LayoutRow& row);
+/// The rows of `table`, in order, in RAS metres.
+std::vector<LayoutRow> layoutRowsInRas(const LayoutTableInfo& table);
 
 /// All thirteen tables, EEG first, in the library's order.
 std::span<const LayoutTableInfo> layoutTables();
