@@ -1,6 +1,7 @@
-// The six file kinds and the string form, each with the public entry that
-// loads and stores it and what must be released after a load. The kinds and
-// the classes their files hold come from the library's own table.
+// Every file kind of the library's table and the string form, each with the
+// public entry that loads and stores it and what must be released after a
+// load. The kinds and the classes their files hold come from the library's
+// own table; a target is built for each (see CMakeLists.txt).
 #pragma once
 
 #include <fluxgrid/fluxgrid.h>
@@ -19,15 +20,13 @@ struct TableKind {
     static void release(Object&) {}
 };
 
-using CoilKind = TableKind<FileKind::coil>;
-using VaporKind = TableKind<FileKind::vapor>;
-using SquidKind = TableKind<FileKind::squid>;
-using OpmKind = TableKind<FileKind::opm>;
-using SensorKind = TableKind<FileKind::sensor>;
-
-/// The host releases the entries of the head localization lists through the
-/// clean operations before it lets the object go; so does the fuzz target.
-struct HeadLocKind : TableKind<FileKind::headloc> {
+/// The head localization releases what its lists hold, as its host must
+/// before it lets the object go.
+template <>
+struct TableKind<FileKind::headloc> {
+    static constexpr FileKind kind = FileKind::headloc;
+    using Object = CHeadLocalizationqv;
+    static int serialize(Object& object, CArchive& ar) { return serializeFile(object, ar); }
     /// The first section is counted by `fiducialPtRaw` and filled from
     /// `fiducialPA`, so a file whose first list is the longer one loads, but
     /// its store raises the invalid-argument exception.

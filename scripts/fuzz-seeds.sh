@@ -21,31 +21,22 @@ if [ -d examples/data ]; then
     find examples/data -type f -exec cp {} "$gathered/all/" \;
 fi
 
-# A file's kind is told by its magic, the wide string form at its start.
-wide_hex() {
-    local text=$1
-    printf 'fffeff%02x' "${#text}"
-    printf '%s' "$text" | iconv -t UTF-16LE | od -An -tx1 | tr -d ' \n'
-}
-declare -A magic_of=(
-    [coil]=MEGCOILQV [vapor]=AMOPMQV [squid]=MSQUIDQV [opm]=MEGOPMQV
-    [sensor]=MEGSENSORQV [headloc]=HEADLOCATIONTRIAL)
-
-for kind in "${!magic_of[@]}"; do
-    mkdir -p "$gathered/$kind"
-    prefix=$(wide_hex "${magic_of[$kind]}")
-    for file in "$gathered"/all/*; do
-        head=$(head -c $((${#prefix} / 2)) "$file" | od -An -tx1 | tr -d ' \n')
-        if [ "$head" = "$prefix" ]; then
-            cp "$file" "$gathered/$kind/"
-        fi
-    done
+# A file's kind is the one its first bytes tell, as the tool reads them
+# (a file that fails to load still names its kind where its magic does).
+tool=build/dev/tools/fluxgrid/fluxgrid
+for file in "$gathered"/all/*; do
+    kind=$("$tool" info --json "$file" 2>/dev/null |
+        /usr/bin/python3 -c 'import json, sys; print(json.load(sys.stdin)[0].get("kind", ""))')
+    if [ -n "$kind" ]; then
+        mkdir -p "$gathered/$kind"
+        cp "$file" "$gathered/$kind/"
+    fi
 done
 # Every file begins with a string form, so all of them seed the string target.
 mkdir -p "$gathered/string"
 cp "$gathered"/all/* "$gathered/string/"
 
-for kind in coil vapor squid opm sensor headloc string; do
+for kind in $(cd "$gathered" && ls | grep -vx all); do
     mkdir -p "fuzz/corpus/$kind"
     echo "== $kind: $(ls "$gathered/$kind" | wc -l) gathered"
     build/fuzz/fuzz/fuzz_$kind -merge=1 -rss_limit_mb=512 -malloc_limit_mb=64 \

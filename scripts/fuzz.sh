@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # A long fuzzing campaign of one loader by hand:
 #   bash scripts/fuzz.sh KIND [SECONDS]
-# KIND is coil, vapor, squid, opm, sensor, headloc or string; SECONDS
+# KIND is a folder of fuzz/corpus (a file kind's word, or string); SECONDS
 # defaults to 3600. Builds the fuzz preset (clang, instrumented), then runs
 # the target from the committed corpus. New inputs gather in
 # build/fuzz/campaign/KIND, findings in build/fuzz/findings/KIND/; the
@@ -9,7 +9,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-kinds="coil vapor squid opm sensor headloc string"
+# One target for each folder of the committed corpus: each file kind of the
+# library's table, by its word, and the string form.
+kinds=$(cd fuzz/corpus && echo *)
 kind=${1:-}
 if [ -z "$kind" ] || [[ " $kinds " != *" $kind "* ]]; then
     echo "usage: bash scripts/fuzz.sh KIND [SECONDS] [libFuzzer options...]" >&2

@@ -3,6 +3,7 @@
 // ever shows the old content or the whole new one. Devices and FIFOs are
 // written straight into. A batch shares one flush among many files.
 #include "Temporaries.h"
+#include "WriteFault.h"
 
 #include <fluxgrid/io/Files.h>
 

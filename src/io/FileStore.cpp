@@ -6,6 +6,7 @@
 
 #include <exception>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace fluxgrid {
@@ -69,21 +70,21 @@ FileResult<std::size_t> storeFile(const std::filesystem::path& path, T& object) 
     return written;
 }
 
-// The six final classes, one pair each.
-template FileResult<std::vector<BYTE>> storeBytes<CMagCoilqv>(CMagCoilqv&);
-template FileResult<std::vector<BYTE>> storeBytes<CMagVaporqv>(CMagVaporqv&);
-template FileResult<std::vector<BYTE>> storeBytes<CMegSquidqv>(CMegSquidqv&);
-template FileResult<std::vector<BYTE>> storeBytes<CMegOpmqv>(CMegOpmqv&);
-template FileResult<std::vector<BYTE>> storeBytes<CMEGSensorqv>(CMEGSensorqv&);
-template FileResult<std::vector<BYTE>> storeBytes<CHeadLocalizationqv>(CHeadLocalizationqv&);
+namespace detail {
 
-template FileResult<std::size_t> storeFile<CMagCoilqv>(const std::filesystem::path&, CMagCoilqv&);
-template FileResult<std::size_t> storeFile<CMagVaporqv>(const std::filesystem::path&, CMagVaporqv&);
-template FileResult<std::size_t> storeFile<CMegSquidqv>(const std::filesystem::path&, CMegSquidqv&);
-template FileResult<std::size_t> storeFile<CMegOpmqv>(const std::filesystem::path&, CMegOpmqv&);
-template FileResult<std::size_t> storeFile<CMEGSensorqv>(const std::filesystem::path&,
-                                                         CMEGSensorqv&);
-template FileResult<std::size_t> storeFile<CHeadLocalizationqv>(const std::filesystem::path&,
-                                                                CHeadLocalizationqv&);
+// Every kind's store and atomic store, made here from the list of kinds: the
+// addresses taken below instantiate both for each final class, and this
+// function, defined with external linkage, keeps them in the library.
+template <std::size_t... I>
+auto storeEntries(std::index_sequence<I...>) {
+    return std::tuple{&storeBytes<std::tuple_element_t<I, FileObjectTypes>>...,
+                      &storeFile<std::tuple_element_t<I, FileObjectTypes>>...};
+}
+
+auto everyStoreEntry() {
+    return storeEntries(std::make_index_sequence<std::tuple_size_v<FileObjectTypes>>());
+}
+
+}  // namespace detail
 
 }  // namespace fluxgrid

@@ -7,6 +7,7 @@
 #include <fluxgrid/platform/MessageBox.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -387,24 +388,24 @@ FileResult<LoadedFile> loadAs(std::span<const BYTE> bytes, std::string_view name
     return loaded;
 }
 
+using KindLoader = FileResult<LoadedFile> (*)(std::span<const BYTE>, std::string_view,
+                                              std::optional<FileHeader>, const FileKindInfo*, bool);
+
+// The load of each kind, in the order of the table.
+template <std::size_t... I>
+constexpr std::array<KindLoader, sizeof...(I)> kindLoaders(std::index_sequence<I...>) {
+    return {&loadAs<typename FileObjectOf<static_cast<FileKind>(I)>::type>...};
+}
+constexpr auto kKindLoaders = kindLoaders(std::make_index_sequence<kFileKinds.size()>());
+
 FileResult<LoadedFile> loadKind(FileKind kind, std::span<const BYTE> bytes, std::string_view name,
                                 std::optional<FileHeader> header, const FileKindInfo* expected,
                                 bool keepWithBoxes) {
-    switch (kind) {
-        case FileKind::coil:
-            return loadAs<CMagCoilqv>(bytes, name, header, expected, keepWithBoxes);
-        case FileKind::vapor:
-            return loadAs<CMagVaporqv>(bytes, name, header, expected, keepWithBoxes);
-        case FileKind::squid:
-            return loadAs<CMegSquidqv>(bytes, name, header, expected, keepWithBoxes);
-        case FileKind::opm:
-            return loadAs<CMegOpmqv>(bytes, name, header, expected, keepWithBoxes);
-        case FileKind::sensor:
-            return loadAs<CMEGSensorqv>(bytes, name, header, expected, keepWithBoxes);
-        case FileKind::headloc:
-            return loadAs<CHeadLocalizationqv>(bytes, name, header, expected, keepWithBoxes);
+    const auto index = static_cast<std::size_t>(kind);
+    if (index >= kKindLoaders.size()) {
+        return failureOf(FileFailure::corrupt, name, "no such kind of file");
     }
-    return failureOf(FileFailure::corrupt, name, "no such kind of file");
+    return kKindLoaders[index](bytes, name, header, expected, keepWithBoxes);
 }
 
 }  // namespace

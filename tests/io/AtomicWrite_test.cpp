@@ -5,6 +5,8 @@
 // batches that share their flush.
 #include <fluxgrid/io/Files.h>
 
+#include "io/WriteFault.h"
+
 #include "FileTestSupport.h"
 #include "support/ScratchDir.h"
 

@@ -4,6 +4,8 @@
 // symbolic links written through.
 #include <fluxgrid/io/Files.h>
 
+#include "io/WriteFault.h"
+
 #include "FileTestSupport.h"
 #include "support/ByteBuilder.h"
 #include "support/ScratchDir.h"

@@ -7,6 +7,8 @@
 
 #include <fluxgrid/io/Files.h>
 
+#include "io/WriteFault.h"
+
 #include <optional>
 #include <string>
 #include <string_view>

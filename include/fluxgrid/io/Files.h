@@ -22,14 +22,9 @@
 /// because the content cannot then be trusted.
 #pragma once
 
-#include <fluxgrid/element/MagCoil.h>
-#include <fluxgrid/element/MagVapor.h>
 #include <fluxgrid/frame/FileKinds.h>
-#include <fluxgrid/headloc/HeadLocalization.h>
+#include <fluxgrid/io/FileObjects.h>
 #include <fluxgrid/platform/Types.h>
-#include <fluxgrid/sensor/MEGSensor.h>
-#include <fluxgrid/sensor/MegOpm.h>
-#include <fluxgrid/sensor/MegSquid.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -45,77 +40,6 @@
 #include <vector>
 
 namespace fluxgrid {
-
-/// The final class of each file kind, in the order of `FileKind`.
-template <FileKind Kind>
-struct FileObjectOf;
-template <>
-struct FileObjectOf<FileKind::coil> {
-    using type = CMagCoilqv;
-};
-template <>
-struct FileObjectOf<FileKind::vapor> {
-    using type = CMagVaporqv;
-};
-template <>
-struct FileObjectOf<FileKind::squid> {
-    using type = CMegSquidqv;
-};
-template <>
-struct FileObjectOf<FileKind::opm> {
-    using type = CMegOpmqv;
-};
-template <>
-struct FileObjectOf<FileKind::sensor> {
-    using type = CMEGSensorqv;
-};
-template <>
-struct FileObjectOf<FileKind::headloc> {
-    using type = CHeadLocalizationqv;
-};
-
-/// One of the six final classes that a file holds.
-template <class T>
-concept FileObject = std::is_same_v<T, CMagCoilqv> || std::is_same_v<T, CMagVaporqv> ||
-    std::is_same_v<T, CMegSquidqv> || std::is_same_v<T, CMegOpmqv> ||
-    std::is_same_v<T, CMEGSensorqv> || std::is_same_v<T, CHeadLocalizationqv>;
-
-/// The kind of file that holds a `T`.
-template <FileObject T>
-inline constexpr FileKind kFileKindOf = std::is_same_v<T, CMagCoilqv>     ? FileKind::coil
-                                        : std::is_same_v<T, CMagVaporqv>  ? FileKind::vapor
-                                        : std::is_same_v<T, CMegSquidqv>  ? FileKind::squid
-                                        : std::is_same_v<T, CMegOpmqv>    ? FileKind::opm
-                                        : std::is_same_v<T, CMEGSensorqv> ? FileKind::sensor
-                                                                          : FileKind::headloc;
-
-/// The entry of a final class: the one function that loads or stores a
-/// whole file of its kind, frame and body, as the archive's direction says.
-inline int serializeFile(CMagCoilqv& object, CArchive& ar) {
-    return object.serializeqv(ar);
-}
-inline int serializeFile(CMagVaporqv& object, CArchive& ar) {
-    return object.serializeqv(ar);
-}
-inline int serializeFile(CMegSquidqv& object, CArchive& ar) {
-    return object.serialize(ar);
-}
-inline int serializeFile(CMegOpmqv& object, CArchive& ar) {
-    return object.serialize(ar);
-}
-inline int serializeFile(CMEGSensorqv& object, CArchive& ar) {
-    return object.serializeqv(ar);
-}
-inline int serializeFile(CHeadLocalizationqv& object, CArchive& ar) {
-    return object.serializeqv(ar);
-}
-
-/// The object a file was loaded into; the alternative's index is the
-/// `FileKind`.
-using FileObjectPtr =
-    std::variant<std::unique_ptr<CMagCoilqv>, std::unique_ptr<CMagVaporqv>,
-                 std::unique_ptr<CMegSquidqv>, std::unique_ptr<CMegOpmqv>,
-                 std::unique_ptr<CMEGSensorqv>, std::unique_ptr<CHeadLocalizationqv>>;
 
 /// Why the work on a file failed.
 enum class FileFailure {
@@ -396,20 +320,5 @@ void removeTemporariesOnSignals();
 /// `storeBytes`, then `writeFileAtomically`.
 template <FileObject T>
 FileResult<std::size_t> storeFile(const std::filesystem::path& path, T& object);
-
-/// A failure put in the way of every later atomic write of this process, so
-/// that tests can see what a crash or a full disk leaves behind. Never set
-/// in normal use.
-struct WriteFault {
-    enum class Kind { none, kill, noSpace, stop };
-    Kind kind = Kind::none;
-    /// The fault strikes once this many bytes of a file have been written:
-    /// `kill` ends the process at once with SIGKILL, `noSpace` fails the
-    /// write as a full disk does, `stop` stops the process with SIGSTOP (so
-    /// that a test can signal it in the middle of a write) and then goes
-    /// on.
-    std::size_t afterBytes = 0;
-};
-void setWriteFault(const WriteFault& fault);
 
 }  // namespace fluxgrid
