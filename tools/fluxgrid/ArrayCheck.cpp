@@ -81,8 +81,11 @@ void prepend(std::vector<Finding> found, GeometryReport& report) {
 
 }  // namespace
 
-ValueWords addArrayOptions(CLI::App& command, ArrayInputs& inputs, std::string& frameWord) {
-    const std::vector<std::string> frames = {"dewar", "head", "work"};
+ValueWords addArrayOptions(CLI::App& command, ArrayInputs& inputs) {
+    std::vector<std::string> frames;
+    for (SensorFrame frame : {SensorFrame::dewar, SensorFrame::head, SensorFrame::work}) {
+        frames.emplace_back(sensorFrameWord(frame));
+    }
     command
         .add_option("PATH", inputs.paths, "Sensor files, or folders of them (walked in name order)")
         ->required();
@@ -90,15 +93,15 @@ ValueWords addArrayOptions(CLI::App& command, ArrayInputs& inputs, std::string& 
         .add_option("--headloc", inputs.headloc,
                     "Head localization file; its fiducials stand in the sensors' frame")
         ->type_name("FILE");
-    command.add_option("--frame", frameWord, "The element frame to judge")
+    command
+        .add_option_function<std::string>(
+            "--frame",
+            [&inputs](const std::string& word) { inputs.frame = *sensorFrameFromWord(word); },
+            "The element frame to judge")
         ->check(CLI::IsMember(frames))
-        ->capture_default_str()
+        ->default_str(std::string(sensorFrameWord(inputs.frame)))
         ->type_name("ELEMENTS");
     return {{"ELEMENTS", frames}};
-}
-
-SensorFrame frameOf(const std::string& frameWord) {
-    return sensorFrameFromWord(frameWord).value_or(SensorFrame::dewar);
 }
 
 void HeadLocalizationRelease::operator()(CHeadLocalizationqv* head) const {

@@ -50,12 +50,8 @@ struct CheckedArray {
 };
 
 /// The inputs as options of `command`: the paths, `--headloc` and
-/// `--frame` (kept as a word in `frameWord`, turned into `inputs.frame` by
-/// `frameOf`). The words that `--frame` takes, for the completion.
-ValueWords addArrayOptions(CLI::App& command, ArrayInputs& inputs, std::string& frameWord);
-
-/// The frame of a word that `addArrayOptions` let through.
-SensorFrame frameOf(const std::string& frameWord);
+/// `--frame`. Returns the words that `--frame` takes, for the completion.
+ValueWords addArrayOptions(CLI::App& command, ArrayInputs& inputs);
 
 /// Loads the inputs and judges them.
 CheckedArray checkArray(const ArrayInputs& inputs);

@@ -98,7 +98,6 @@ int runCheck(const ArrayInputs& inputs, bool json, bool strict) {
 Command addCheckCommand(CLI::App& app) {
     struct Options {
         ArrayInputs inputs;
-        std::string frame = "dewar";
         bool json = false;
         bool strict = false;
     };
@@ -107,7 +106,7 @@ Command addCheckCommand(CLI::App& app) {
         "check",
         "Judge the geometry of a sensor array: orientations, coils, names, gains, and "
         "the head localization against the helmet");
-    ValueWords words = addArrayOptions(*check, options->inputs, options->frame);
+    ValueWords words = addArrayOptions(*check, options->inputs);
     check->add_flag("--json", options->json,
                     "Print one JSON object: files, channels, errors, warnings, notes, sphere and "
                     "every finding with its severity, code, file, channel, message and values");
@@ -115,11 +114,7 @@ Command addCheckCommand(CLI::App& app) {
     check->footer(
         helpFooter({"fluxgrid check demo/sensors/opm32 --headloc demo/headloc/opm32.headloc",
                     "fluxgrid check --json recording/"}));
-    return {check,
-            [options] {
-                options->inputs.frame = frameOf(options->frame);
-                return runCheck(options->inputs, options->json, options->strict);
-            },
+    return {check, [options] { return runCheck(options->inputs, options->json, options->strict); },
             words};
 }
 

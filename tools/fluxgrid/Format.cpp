@@ -103,4 +103,27 @@ void printLine(std::string_view label, const std::string& text) {
     std::printf("  %-14.*s %s\n", static_cast<int>(label.size()), label.data(), text.c_str());
 }
 
+std::string markupEscaped(std::string_view text) {
+    std::string out;
+    for (char c : text) {
+        switch (c) {
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            default:
+                out += c;
+        }
+    }
+    return out;
+}
+
 }  // namespace fluxgrid::tool

@@ -28,6 +28,10 @@ std::string quoted(const CString& text);
 /// Three numbers as `(x, y, z)`, each as `number` writes it.
 std::string triple(const double* values);
 
+/// The text with &, <, > and " written as the entities that XML and HTML
+/// read back as them.
+std::string markupEscaped(std::string_view text);
+
 /// One line of a summary: two spaces, the label padded to 14 columns, a
 /// space and the text, on standard output.
 void printLine(std::string_view label, const std::string& text);

@@ -13,36 +13,13 @@ namespace fluxgrid::tool {
 
 namespace {
 
-std::string escaped(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            default:
-                out += c;
-        }
-    }
-    return out;
-}
-
 std::string point(PlotPoint p) {
     return fixed(p.x) + ',' + fixed(p.y);
 }
 
 void writeLabelText(std::ostream& svg, const PlotLabel& label) {
     svg << "<text x=\"" << fixed(label.baseline.x) << "\" y=\"" << fixed(label.baseline.y) << "\">"
-        << escaped(label.text) << "</text>\n";
+        << markupEscaped(label.text) << "</text>\n";
 }
 
 // The outline, wide enough for every marker, the nose, the ears and the
@@ -76,8 +53,8 @@ void writeMarkers(std::ostream& svg, const std::vector<LayoutRow>& rows, const L
         const PlotCircle& marker = plot.markers[i];
         svg << "<circle cx=\"" << fixed(marker.centre.x) << "\" cy=\"" << fixed(marker.centre.y)
             << "\" r=\"" << fixed(marker.radius) << "\" fill=\"" << colours.at(row.sensorType)
-            << "\"><title>" << escaped(row.name) << ", " << escaped(legendName(row.sensorType))
-            << "</title></circle>\n";
+            << "\"><title>" << markupEscaped(row.name) << ", "
+            << markupEscaped(legendName(row.sensorType)) << "</title></circle>\n";
     }
     svg << "</g>\n";
 }
@@ -112,7 +89,7 @@ void writeLegend(std::ostream& svg, const LayoutPlot& plot) {
         svg << "<circle cx=\"" << x + 7 << "\" cy=\"" << y - 4 << "\" r=\"6\" fill=\""
             << entry.colour << "\" stroke=\"#222222\" stroke-width=\"0.6\"/>\n";
         svg << "<text x=\"" << x + 20 << "\" y=\"" << y << "\" font-size=\"12\">"
-            << escaped(entry.text) << " (" << entry.count << ")</text>\n";
+            << markupEscaped(entry.text) << " (" << entry.count << ")</text>\n";
     }
 }
 
@@ -125,9 +102,9 @@ void writeScaleBar(std::ostream& svg, const PlotScaleBar& bar) {
         << fixed(x1) << " V" << fixed(y - 4)
         << "\" fill=\"none\" stroke=\"#222222\" stroke-width=\"1.5\"/>\n";
     svg << "<text x=\"" << fixed(x1 + 8) << "\" y=\"" << fixed(y) << "\" font-size=\"12\">"
-        << escaped(bar.text) << "</text>\n";
+        << markupEscaped(bar.text) << "</text>\n";
     svg << "<text x=\"" << fixed(x0) << "\" y=\"" << fixed(y + 14)
-        << "\" font-size=\"10\" fill=\"#444444\">" << escaped(bar.note) << "</text>\n";
+        << "\" font-size=\"10\" fill=\"#444444\">" << markupEscaped(bar.note) << "</text>\n";
 }
 
 }  // namespace
@@ -144,11 +121,11 @@ std::string layoutSvg(const LayoutTableInfo& table) {
     svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     svg << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << plot.width << "\" height=\""
         << plot.height << "\" viewBox=\"0 0 " << plot.width << ' ' << plot.height << "\">\n";
-    svg << "<title>" << escaped(table.name) << "</title>\n";
+    svg << "<title>" << markupEscaped(table.name) << "</title>\n";
     svg << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
     svg << "<g font-family=\"DejaVu Sans, Helvetica, Arial, sans-serif\">\n";
-    svg << "<text x=\"20\" y=\"32\" font-size=\"20\" font-weight=\"bold\">" << escaped(table.name)
-        << "</text>\n";
+    svg << "<text x=\"20\" y=\"32\" font-size=\"20\" font-weight=\"bold\">"
+        << markupEscaped(table.name) << "</text>\n";
     svg << "<text x=\"20\" y=\"52\" font-size=\"12\" fill=\"#444444\">" << rows.size()
         << (table.isMeg() ? " MEG" : " EEG") << " channels, " << layoutFrameInfo(table.frame).name
         << " frame; top view, nose up; outline at " << fixed(plot.outlineDegrees)

@@ -3,6 +3,7 @@
 #include "Check.h"
 #include "CommandLine.h"
 #include "Commands.h"
+#include "Format.h"
 #include "Output.h"
 #include "ViewPage.h"
 
@@ -73,26 +74,6 @@ std::string scriptSafe(std::string text) {
     return text;
 }
 
-std::string htmlEscaped(std::string_view text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            default:
-                out += c;
-        }
-    }
-    return out;
-}
-
 void replaceOnce(std::string& page, std::string_view marker, const std::string& text) {
     const std::size_t at = page.find(marker);
     if (at != std::string::npos) {
@@ -126,7 +107,7 @@ std::string viewPage(const CheckedArray& array, const std::string& axes, const s
         data["sphere"] = {{"center", report.sphere.centre}, {"radius", report.sphere.radius}};
     }
     std::string page(kViewPage);
-    replaceOnce(page, "%%TITLE%%", htmlEscaped(title));
+    replaceOnce(page, "%%TITLE%%", markupEscaped(title));
     replaceOnce(page, "%%DATA%%",
                 scriptSafe(data.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)));
     return page;
@@ -150,7 +131,6 @@ int runView(const ArrayInputs& inputs, const std::string& axes, const std::strin
 Command addViewCommand(CLI::App& app) {
     struct Options {
         ArrayInputs inputs;
-        std::string frame = "dewar";
         std::string axes = "LSP";
         std::string out = "view.html";
     };
@@ -159,7 +139,7 @@ Command addViewCommand(CLI::App& app) {
         "view",
         "Draw a sensor array in 3D as one self-contained HTML page, with every finding "
         "of check drawn and listed");
-    ValueWords words = addArrayOptions(*view, options->inputs, options->frame);
+    ValueWords words = addArrayOptions(*view, options->inputs);
     view->add_option("-o,--output", options->out, "The page to write; - for standard output")
         ->capture_default_str()
         ->type_name("FILE");
@@ -169,11 +149,7 @@ Command addViewCommand(CLI::App& app) {
         ->capture_default_str()
         ->type_name("AXES");
     view->footer(helpFooter({"fluxgrid view demo/sensors/squid21 -o squid21.html"}));
-    return {view,
-            [options] {
-                options->inputs.frame = frameOf(options->frame);
-                return runView(options->inputs, options->axes, options->out);
-            },
+    return {view, [options] { return runView(options->inputs, options->axes, options->out); },
             words};
 }
 
