@@ -163,6 +163,28 @@ TEST_F(ToolCheck, EverySampleSensorAndHeadLocalizationPassesAlone) {
     }
 }
 
+TEST_F(ToolCheck, EverySampleHeadLocalizationPassesInItsOwnUnit) {
+    int judged = 0;
+    for (const auto& entry : fs::directory_iterator(kData)) {
+        if (entry.path().extension() != ".headloc") {
+            continue;
+        }
+        auto loaded = fluxgrid::loadFile(entry.path());
+        ASSERT_TRUE(loaded.ok()) << loaded.error().describe();
+        auto* head = loaded->get<CHeadLocalizationqv>();
+        ASSERT_NE(head, nullptr);
+        const fluxgrid::GeometryReport report =
+            fluxgrid::checkGeometry({}, fluxgrid::CheckedHead{*head, entry.path().string()});
+        EXPECT_EQ(report.errors, 0) << entry.path();
+        EXPECT_TRUE(report.headUnit.has_value());
+        head->cleanFiducialPA();
+        head->cleanFiducialPARaw();
+        head->cleanFiducialPt();
+        ++judged;
+    }
+    EXPECT_EQ(judged, 3);
+}
+
 TEST_F(ToolCheck, ViewOfThreeHundredSixChannelsIsOneSelfContainedPageUnderOneMegabyte) {
     std::vector<CMEGSensorqv> large = fluxgrid::test::squidHelmet(306, 100.0, 50.0);
     pointInward(large[7]);
