@@ -34,3 +34,14 @@ def sensor_sets(demo_dir: Path):
         "opm32": fg.read_sensors(demo_dir / "sensors" / "opm32"),
         "squid21": fg.read_sensors(demo_dir / "sensors" / "squid21"),
     }
+
+
+def inward_copy(sensors, index: int):
+    """Copies of `sensors` in which channel `index` has the orientations of
+    its elements in the dewar frame turned to point into the helmet."""
+    copies = [s.copy() for s in sensors]
+    record = copies[index].hardware
+    elements = record.coilDewar if copies[index].hardware_kind == "squid" else record.vaporDewar
+    for element in elements[: len(copies[index].positions("dewar"))]:
+        element.oriP4[:3] *= -1.0
+    return copies
