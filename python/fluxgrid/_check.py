@@ -132,7 +132,7 @@ def check(
 
 
 def check_for_export(
-    sensors: Iterable[Sensor],
+    sensors_or_paths: Iterable[CheckItem],
     *,
     frame: str,
     axes: str,
@@ -141,13 +141,14 @@ def check_for_export(
     fiducial_axes: Optional[str] = None,
     fiducial_unit: Optional[str] = None,
 ) -> CheckReport:
-    """Check sensors as the bridges take them, and raise GeometryError when
-    errors are found. A HeadLocalization as `fiducials` is judged with them
-    when its fiducials lie along the sensors' axes, in its given unit (the
-    sensors' by default); fiducials of another kind are not judged."""
+    """Check sensors, or their files, as the bridges and the export take
+    them, and raise GeometryError when errors are found. Fiducials of a
+    HeadLocalization, or of the path of one, are judged with them when they
+    lie along the sensors' axes, in their given unit (the sensors' by
+    default); fiducials of another kind are not judged."""
+    judged = isinstance(fiducials, (HeadLocalization, str, os.PathLike))
     same_axes = fiducial_axes is None or fiducial_axes == axes
-    headloc = fiducials if isinstance(fiducials, HeadLocalization) and same_axes else None
-    report = check(list(sensors), headloc=headloc, frame=frame, unit=unit,
-                   headloc_unit=fiducial_unit or unit)
+    report = check(list(sensors_or_paths), headloc=fiducials if judged and same_axes else None,
+                   frame=frame, unit=unit, headloc_unit=fiducial_unit or unit)
     report.raise_for_errors()
     return report

@@ -21,6 +21,21 @@ FIDUCIALS_LSP = np.array(
 )
 
 
+def headloc_of(points: np.ndarray) -> fg.HeadLocalization:
+    """A head localization whose current set holds the nasion and the two
+    ear points `points`."""
+    hl = fg.HeadLocalization()
+    for i, p in enumerate(points):
+        hl.fiducialCurrent.fidPts[i].setFidPtPosition(*p)
+    return hl
+
+
+def fiducial_array(headloc: fg.HeadLocalization) -> np.ndarray:
+    """The nasion and the two ear points of a head localization's current
+    set, a row each."""
+    return np.array([headloc.fiducialCurrent.fidPts[i].ptValues[4:7] for i in range(3)])
+
+
 def mne():
     return pytest.importorskip("mne", reason="MNE-Python is not installed (python3-mne)")
 

@@ -45,7 +45,8 @@ def input_sets(demo_dir: Path) -> Dict[str, Tuple[Sequence[str], Dict[str, str]]
     """Paths and options given alike to the tool and to `fg.check`."""
     sensors = demo_dir / "sensors"
     return {
-        "opm32": ([str(sensors / "opm32")], {"headloc": str(demo_dir / "headloc" / "opm32.headloc")}),
+        "opm32": ([str(sensors / "opm32")],
+                  {"headloc": str(demo_dir / "headloc" / "opm32.headloc")}),
         "squid21": ([str(sensors / "squid21")], {}),
         "squid21-head-frame": ([str(sensors / "squid21")], {"frame": "head"}),
         "opm32-demo-headloc": ([str(sensors / "opm32")],
@@ -93,7 +94,8 @@ def test_each_finding_reads_as_the_tools_line(demo_dir: Path):
 
 def test_the_demo_sets_pass_and_sample_files_that_fail_to_load_are_findings(demo_dir: Path):
     for name in ("opm32", "squid21"):
-        report = fg.check(demo_dir / "sensors" / name, headloc=demo_dir / "headloc" / "opm32.headloc")
+        report = fg.check(demo_dir / "sensors" / name,
+                          headloc=demo_dir / "headloc" / "opm32.headloc")
         assert report.ok and report.errors == 0, str(report)
         assert report.sphere.fitted and 80 < report.sphere.radius < 120
         assert len(report.sensors) == report.channels == len(report.sensor_files)
