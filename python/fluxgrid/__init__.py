@@ -11,13 +11,16 @@ and loading and storing go through the library's code, byte for byte.
     >>> s.positions(frame="dewar")       # (n, 3) of the elements in use
     >>> fg.channel_type(700, opm=True)   # ChannelType(code=700, name="TIME", kind="meg", ...)
     >>> fg.write(s, "MLC11-new.sensor")  # the newest version, atomically
+    >>> fg.check("sensors/opm32").errors  # the geometry rules over a set
 """
 
 from __future__ import annotations
 
+from ._check import CheckReport, check
 from ._errors import (
     Error,
     FileFormatError,
+    GeometryError,
     LibraryWarning,
     LoadWarning,
     TruncatedFileError,
@@ -29,19 +32,24 @@ from ._fluxgrid import (
     ElementGeometry,
     FiducialPoint,
     FiducialSet,
+    Finding,
+    FindingValue,
     Geom,
+    GeometryRule,
     HardwareRecord,
     HeadLocalization,
     HeadLocationTrial,
     OpmRecord,
     Sensor,
     Sphere,
+    SphereFit,
     SquidRecord,
     Vapor,
     __version__,
     axes_to_ras,
     channel_type,
     channel_type_codes,
+    geometry_rules,
     layout_names,
 )
 from ._files import (
@@ -60,6 +68,7 @@ from ._layouts import Layout, layout
 __all__ = [
     "__version__",
     "ChannelType",
+    "CheckReport",
     "Coil",
     "ElementGeometry",
     "Error",
@@ -68,7 +77,11 @@ __all__ = [
     "FileFormatError",
     "FiducialPoint",
     "FiducialSet",
+    "Finding",
+    "FindingValue",
     "Geom",
+    "GeometryError",
+    "GeometryRule",
     "HardwareRecord",
     "HeadLocalization",
     "HeadLocationTrial",
@@ -78,12 +91,15 @@ __all__ = [
     "OpmRecord",
     "Sensor",
     "Sphere",
+    "SphereFit",
     "SquidRecord",
     "TruncatedFileError",
     "Vapor",
     "axes_to_ras",
     "channel_type",
     "channel_type_codes",
+    "check",
+    "geometry_rules",
     "layout",
     "layout_names",
     "read",

@@ -1,10 +1,12 @@
 """python3 -m fluxgrid export fif|mat SENSOR_FILES... [--headloc FILE]
-[--axes LSP --unit mm] -o OUT
+[--axes LSP --unit mm] [--no-check] -o OUT
 
 Writes the measurement info of sensor files as a FIF file that
 `mne.io.read_info` reads, or FieldTrip's `grad` as a .mat file. A folder
-among the inputs stands for the sensor files in it. Exit status: 0 when
-done, 1 when a file could not be read or written, 2 on bad usage.
+among the inputs stands for the sensor files in it. A set that the
+geometry check finds errors in is refused, its errors printed, unless
+`--no-check` is given. Exit status: 0 when done, 1 when a file could not
+be read or written or the set was refused, 2 on bad usage.
 """
 
 from __future__ import annotations
@@ -15,8 +17,9 @@ from pathlib import Path
 from typing import List, Optional
 
 from . import _geometry
+from ._check import check_for_export
 from ._errors import Error
-from ._files import read_headloc, read_sensor, read_sensors
+from ._files import read_headloc, read_sensor, sensor_paths
 from ._fluxgrid import FRAMES
 
 
@@ -25,7 +28,8 @@ def _parser() -> argparse.ArgumentParser:
         prog="python3 -m fluxgrid",
         description="Sensor files into the analysis packages.",
         epilog="example: python3 -m fluxgrid export fif fluxgrid-demo/sensors/opm32 "
-        "--headloc opm32.headloc -o info.fif. Exit status: 0 done, 1 failed, 2 bad usage.",
+        "--headloc opm32.headloc -o info.fif. Exit status: 0 done, 1 failed or refused, "
+        "2 bad usage.",
     )
     commands = parser.add_subparsers(dest="command", required=True)
     export = commands.add_parser(
@@ -46,16 +50,18 @@ def _parser() -> argparse.ArgumentParser:
                         help="unit of the fiducials (default: the sensors')")
     export.add_argument("--frame", default="dewar", choices=FRAMES,
                         help="which frame of the hardware records to take (default dewar)")
+    export.add_argument("--no-check", action="store_true",
+                        help="export even a set in which the geometry check finds errors")
     export.add_argument("-o", "--output", required=True, help="the file to write")
     return parser
 
 
-def _sensors(inputs: List[str]):
-    sensors = []
+def _sensor_files(inputs: List[str]) -> List[Path]:
+    files: List[Path] = []
     for name in inputs:
         path = Path(name)
-        sensors += read_sensors(path) if path.is_dir() else [read_sensor(path)]
-    return sensors
+        files += sensor_paths(path, "*.sensor") if path.is_dir() else [path]
+    return files
 
 
 def main(argv: Optional[List[str]] = None) -> int:
@@ -69,19 +75,23 @@ def main(argv: Optional[List[str]] = None) -> int:
     options = dict(frame=args.frame, axes=args.axes, unit=args.unit,
                    fiducial_axes=args.fiducial_axes, fiducial_unit=args.fiducial_unit)
     try:
-        sensors = _sensors(args.inputs)
+        files = _sensor_files(args.inputs)
+        sensors = [read_sensor(path) for path in files]
         if args.headloc:
             options["fiducials"] = read_headloc(args.headloc)
+        if not args.no_check:
+            # The files themselves, so that each finding names its file.
+            check_for_export(files, **dict(options, fiducials=args.headloc))
         if args.format == "fif":
             import mne
 
             from .mne import to_info
 
-            mne.io.write_info(args.output, to_info(sensors, **options))
+            mne.io.write_info(args.output, to_info(sensors, check=False, **options))
         else:
             from .fieldtrip import save_grad
 
-            save_grad(args.output, sensors, **options)
+            save_grad(args.output, sensors, check=False, **options)
     except (Error, OSError, ValueError) as error:
         print(f"fluxgrid: {error}", file=sys.stderr)
         return 1

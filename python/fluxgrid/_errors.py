@@ -2,11 +2,15 @@
 
 from __future__ import annotations
 
-from typing import Optional, Sequence
+from typing import TYPE_CHECKING, Optional, Sequence
+
+if TYPE_CHECKING:
+    from ._fluxgrid import Finding
 
 __all__ = [
     "Error",
     "FileFormatError",
+    "GeometryError",
     "TruncatedFileError",
     "LibraryWarning",
     "LoadWarning",
@@ -50,6 +54,26 @@ class FileFormatError(Error):
 
 class TruncatedFileError(FileFormatError):
     """The file ends inside its body."""
+
+
+class GeometryError(Error):
+    """The geometry check found errors in a set of sensors or in the head
+    localization beside it: what refuses to export or convert such a set.
+
+    The message lists the error findings, one line each as the library
+    words them.
+
+    Attributes:
+        findings: the error findings (`fluxgrid.Finding`), in the check's
+            order.
+    """
+
+    def __init__(self, findings: Sequence["Finding"]) -> None:
+        count = len(findings)
+        lines = [f"the geometry check found {count} error{'' if count == 1 else 's'}:"]
+        lines += [f"  {finding}" for finding in findings]
+        super().__init__("\n".join(lines))
+        self.findings = tuple(findings)
 
 
 class LibraryWarning(UserWarning):

@@ -88,9 +88,11 @@ def read_headloc(
     return _read_as(path, "headloc", max_bytes)
 
 
-def _sensor_paths(
+def sensor_paths(
     folder_or_paths: Union[PathLike, Iterable[PathLike]], pattern: str
 ) -> List[Path]:
+    """The files of a folder that match `pattern`, or the paths given,
+    sorted by file name."""
     if isinstance(folder_or_paths, (str, bytes, os.PathLike)):
         folder = Path(os.fsdecode(folder_or_paths))
         if not folder.is_dir():
@@ -111,7 +113,7 @@ def read_sensors(
     list of paths, sorted by file name."""
     return [
         read_sensor(p, max_bytes=max_bytes)
-        for p in _sensor_paths(folder_or_paths, pattern)
+        for p in sensor_paths(folder_or_paths, pattern)
     ]
 
 

@@ -16,6 +16,7 @@ from typing import Any, Dict, List, Optional, Sequence, Union
 import numpy as np
 
 from . import _geometry as geometry
+from ._check import check_for_export
 from ._fluxgrid import Sensor
 
 _CHANTYPE = {
@@ -43,6 +44,7 @@ def to_grad(
     fiducials: Optional[geometry.FiducialsLike] = None,
     fiducial_axes: Optional[str] = None,
     fiducial_unit: Optional[str] = None,
+    check: bool = True,
 ) -> Dict[str, Any]:
     """FieldTrip's `grad` of the MEG channels and references among
     `sensors`, in metres along RAS (see `fluxgrid.mne.to_info` for `frame`,
@@ -50,8 +52,14 @@ def to_grad(
     gradiometer two, with a `tra` row of +1 and -1 (the second coil's weight
     from the turns). With fiducials, everything is in MNE's head frame
     ("neuromag": x through the ear points, y through the nasion) and `fid`
-    holds the three points; without, in the device frame."""
+    holds the three points; without, in the device frame.
+
+    A set with errors of `fluxgrid.check` raises `fluxgrid.GeometryError`
+    unless `check` is False (see `fluxgrid.mne.to_info`)."""
     sensor_frame = geometry.Frame(axes, unit)
+    if check:
+        check_for_export(sensors, frame=frame, axes=axes, unit=unit, fiducials=fiducials,
+                         fiducial_axes=fiducial_axes, fiducial_unit=fiducial_unit)
     channels = [ch for ch in (geometry.channel(s, frame, sensor_frame) for s in sensors)
                 if ch.kind in ("meg", "ref") and ch.r0 is not None]
     coils: List[geometry.Coil] = []

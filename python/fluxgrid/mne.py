@@ -19,6 +19,7 @@ from typing import Dict, Iterator, List, Optional, Sequence, Tuple
 import numpy as np
 
 from . import _geometry as geometry
+from ._check import check_for_export
 from ._fluxgrid import Sensor
 from ._layouts import layout
 
@@ -107,6 +108,7 @@ def to_info(
     fiducial_unit: Optional[str] = None,
     sfreq: float = 1000.0,
     opm_coil_type: int = POINT_MAGNETOMETER,
+    check: bool = True,
 ):
     """The measurement info of `sensors`, one channel each, in order.
 
@@ -128,11 +130,18 @@ def to_info(
     sensors' frame unless `fiducial_axes`/`fiducial_unit` say otherwise,
     give `dev_head_t` as MNE's readers build it and the three cardinal
     points in `dig`. Without them the transform is the identity.
+
+    The sensors, and fiducials of a HeadLocalization along the sensors'
+    axes, first go through `fluxgrid.check` in `frame` and `unit`: a set
+    with errors raises `fluxgrid.GeometryError`, unless `check` is False.
     """
     import mne
     from mne.io.constants import FIFF
 
     sensor_frame = geometry.Frame(axes, unit)
+    if check:
+        check_for_export(sensors, frame=frame, axes=axes, unit=unit, fiducials=fiducials,
+                         fiducial_axes=fiducial_axes, fiducial_unit=fiducial_unit)
     channels = _channels(sensors, frame, sensor_frame)
     info = mne.create_info([ch.name for ch in channels], sfreq,
                            [_MNE_TYPE[ch.kind] for ch in channels])

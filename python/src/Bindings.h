@@ -104,5 +104,6 @@ void bindRecords(py::module_& m);
 void bindFiles(py::module_& m);
 void bindLayouts(py::module_& m);
 void bindChannels(py::module_& m);
+void bindCheck(py::module_& m);
 
 }  // namespace fluxgrid::python

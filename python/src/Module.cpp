@@ -1,5 +1,6 @@
 // The extension `fluxgrid._fluxgrid`: the library's records, files, layout
-// tables and channel types. The package `fluxgrid` puts the Python face on it.
+// tables, channel types and geometry check. The package `fluxgrid` puts the
+// Python face on it.
 #include "Bindings.h"
 
 #include <fluxgrid/platform/Exceptions.h>
@@ -39,7 +40,9 @@ py::object defineNamedTuple(py::module_& m, const char* name,
 
 PYBIND11_MODULE(_fluxgrid, m) {
     using namespace fluxgrid::python;
-    m.doc() = "The records, files, layout tables and channel types of the fluxgrid library.";
+    m.doc() =
+        "The records, files, layout tables, channel types and geometry check of the fluxgrid "
+        "library.";
     m.attr("__version__") = FLUXGRID_VERSION;
     // The library's own exceptions out of any call become fluxgrid.Error.
     py::register_exception_translator([](std::exception_ptr thrown) {
@@ -55,4 +58,5 @@ PYBIND11_MODULE(_fluxgrid, m) {
     bindFiles(m);
     bindLayouts(m);
     bindChannels(m);
+    bindCheck(m);
 }

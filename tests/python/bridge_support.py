@@ -21,6 +21,21 @@ FIDUCIALS_LSP = np.array(
 )
 
 
+def headloc_of(points: np.ndarray) -> fg.HeadLocalization:
+    """A head localization whose current set holds the nasion and the two
+    ear points `points`."""
+    hl = fg.HeadLocalization()
+    for i, p in enumerate(points):
+        hl.fiducialCurrent.fidPts[i].setFidPtPosition(*p)
+    return hl
+
+
+def fiducial_array(headloc: fg.HeadLocalization) -> np.ndarray:
+    """The nasion and the two ear points of a head localization's current
+    set, a row each."""
+    return np.array([headloc.fiducialCurrent.fidPts[i].ptValues[4:7] for i in range(3)])
+
+
 def mne():
     return pytest.importorskip("mne", reason="MNE-Python is not installed (python3-mne)")
 
@@ -34,3 +49,14 @@ def sensor_sets(demo_dir: Path):
         "opm32": fg.read_sensors(demo_dir / "sensors" / "opm32"),
         "squid21": fg.read_sensors(demo_dir / "sensors" / "squid21"),
     }
+
+
+def inward_copy(sensors, index: int):
+    """Copies of `sensors` in which channel `index` has the orientations of
+    its elements in the dewar frame turned to point into the helmet."""
+    copies = [s.copy() for s in sensors]
+    record = copies[index].hardware
+    elements = record.coilDewar if copies[index].hardware_kind == "squid" else record.vaporDewar
+    for element in elements[: len(copies[index].positions("dewar"))]:
+        element.oriP4[:3] *= -1.0
+    return copies

@@ -12,7 +12,7 @@ import pytest
 
 import fluxgrid as fg
 import fluxgrid.mne as fm
-from bridge_support import FIDUCIALS_LSP, mne, scipy_io, sensor_sets
+from bridge_support import inward_copy, mne, scipy_io
 
 
 def export(*args: str) -> subprocess.CompletedProcess:
@@ -21,13 +21,9 @@ def export(*args: str) -> subprocess.CompletedProcess:
 
 
 @pytest.fixture(scope="module")
-def headloc(tmp_path_factory: pytest.TempPathFactory) -> Path:
-    hl = fg.HeadLocalization()
-    for i, p in enumerate(FIDUCIALS_LSP):
-        hl.fiducialCurrent.fidPts[i].setFidPtPosition(*p)
-    path = tmp_path_factory.mktemp("headloc") / "opm32.headloc"
-    fg.write(hl, path)
-    return path
+def headloc(demo_dir: Path) -> Path:
+    """The demo's head localization, whose points lie within both helmets."""
+    return demo_dir / "headloc" / "opm32.headloc"
 
 
 @pytest.mark.parametrize("set_name", ["opm32", "squid21"])
@@ -65,3 +61,22 @@ def test_bad_usage_and_bad_files_give_their_exit_statuses(demo_dir: Path, tmp_pa
     assert export("png", folder, "-o", str(tmp_path / "x")).returncode == 2
     missing = export("mat", str(tmp_path / "none.sensor"), "-o", str(tmp_path / "x.mat"))
     assert missing.returncode == 1 and "none.sensor" in missing.stderr
+
+
+@pytest.mark.parametrize("kind", ["fif", "mat"])
+def test_a_set_with_an_inward_channel_is_refused_unless_told(
+        demo_dir: Path, tmp_path: Path, kind: str):
+    folder = tmp_path / "inward"
+    folder.mkdir()
+    sensors = inward_copy(fg.read_sensors(demo_dir / "sensors" / "squid21"), 2)
+    for i, s in enumerate(sensors):
+        fg.write(s, folder / f"{i:02d}-{s.snsRawName}.sensor")
+    (mne if kind == "fif" else scipy_io)()
+    out = tmp_path / f"out.{kind}"
+    refused = export(kind, str(folder), "-o", str(out))
+    assert refused.returncode == 1 and not out.exists()
+    finding = str(fg.check(folder).of("error")[0])
+    assert "orientation-inward" in finding and finding in refused.stderr
+    done = export(kind, str(folder), "--no-check", "-o", str(out))
+    assert done.returncode == 0, done.stderr
+    assert out.exists()

@@ -10,7 +10,7 @@ import pytest
 
 import fluxgrid as fg
 import fluxgrid.fieldtrip as ft
-from bridge_support import FIDUCIALS_LSP, scipy_io, sensor_sets
+from bridge_support import FIDUCIALS_LSP, inward_copy, scipy_io, sensor_sets
 
 
 @pytest.fixture(scope="module")
@@ -82,3 +82,13 @@ def test_saved_grad_loads_back_with_every_field_in_fieldtrips_shapes(sets, tmp_p
     np.testing.assert_array_equal(grad.coilpos, written["coilpos"])
     np.testing.assert_array_equal(grad.tra, written["tra"])
     assert grad.fid[0, 0].pos.shape == (3, 3)
+
+
+def test_a_set_with_an_inward_channel_is_refused_unless_told(sets):
+    sensors = inward_copy(sets["opm32"], 7)
+    with pytest.raises(fg.GeometryError) as raised:
+        ft.to_grad(sensors)
+    assert [(f.code, f.channel) for f in raised.value.findings] == [
+        ("orientation-inward", sensors[7].snsRawName)]
+    grad = ft.to_grad(sensors, check=False)
+    assert sensors[7].snsRawName in grad["label"][:, 0]

@@ -11,7 +11,7 @@ import numpy as np
 import pytest
 
 import fluxgrid as fg
-from bridge_support import FIDUCIALS_LSP, mne, sensor_sets
+from bridge_support import FIDUCIALS_LSP, fiducial_array, headloc_of, inward_copy, mne, sensor_sets
 
 fm = pytest.importorskip("fluxgrid.mne")
 
@@ -53,10 +53,10 @@ def test_channel_types_follow_the_type_codes(named):
 def test_opm_codes_of_the_setup_dialog_are_meg_and_reference():
     mne()
     sensors = []
-    for code in (700, 800, 700):
+    for x, code in ((-40, 700), (0, 800), (40, 700)):
         s = fg.Sensor()
         s.initSensorInfo(1, code, 1, 0, 1.0, 1.0, 1.0, 0.0)
-        s.setAcqSnsParam(1, 0, f"OPM{len(sensors)}", (0, 80, 0), (0, 1, 0), code, 1, 1, 1, 1)
+        s.setAcqSnsParam(1, 0, f"OPM{len(sensors)}", (x, 80, 0), (0, 1, 0), code, 1, 1, 1, 1)
         s.hardware.totalVapors = 1
         sensors.append(s)
     info = fm.to_info(sensors)
@@ -117,7 +117,11 @@ def test_loc_is_orthonormal_right_handed_and_ez_is_the_mapped_orientation(named)
 
 def test_axes_and_unit_are_explicit_and_checked(sets):
     sensors = sets["opm32"]
-    info = fm.to_info(sensors, axes="RAS", unit="cm")
+    # Millimetres taken as centimetres make a helmet ten times too large,
+    # which the check refuses; the reading alone is tested here.
+    with pytest.raises(fg.GeometryError, match="unit-mismatch"):
+        fm.to_info(sensors, axes="RAS", unit="cm")
+    info = fm.to_info(sensors, axes="RAS", unit="cm", check=False)
     p = sensors[0].positions("dewar")[0]
     np.testing.assert_allclose(info["chs"][0]["loc"][:3], p / 100.0)
     with pytest.raises(ValueError):
@@ -189,15 +193,16 @@ def test_fiducials_give_the_nasion_in_front_and_the_left_ear_left(sets):
         assert cardinal[1][0] < 0 < cardinal[3][0] and cardinal[2][1] > 0  # LPA, nasion, RPA
 
 
-def test_fiducials_in_another_frame_and_from_a_head_localization(sets):
+def test_fiducials_in_another_frame_and_from_a_head_localization(sets, demo_dir: Path):
     sensors = sets["opm32"]
-    expected = fm.to_info(sensors, fiducials=FIDUCIALS_LSP)["dev_head_t"]["trans"]
-    ras_m = FIDUCIALS_LSP @ fg.axes_to_ras("LSP").T / 1000.0
+    # The demo's head localization for this set, whose points lie within
+    # the helmet, so that the check lets it through.
+    points = fiducial_array(fg.read_headloc(demo_dir / "headloc" / "opm32.headloc"))
+    expected = fm.to_info(sensors, fiducials=points)["dev_head_t"]["trans"]
+    ras_m = points @ fg.axes_to_ras("LSP").T / 1000.0
     other = fm.to_info(sensors, fiducials=ras_m, fiducial_axes="RAS", fiducial_unit="m")
     np.testing.assert_allclose(other["dev_head_t"]["trans"], expected, atol=1e-12)
-    hl = fg.HeadLocalization()
-    for i, p in enumerate(FIDUCIALS_LSP):
-        hl.fiducialCurrent.fidPts[i].setFidPtPosition(*p)
+    hl = headloc_of(points)
     np.testing.assert_allclose(fm.to_info(sensors, fiducials=hl)["dev_head_t"]["trans"], expected)
     np.testing.assert_allclose(
         fm.to_info(sensors, fiducials=hl.fiducialCurrent)["dev_head_t"]["trans"], expected)
@@ -242,3 +247,26 @@ def test_meg_tables_make_montages_too():
     mne()
     positions = fm.layout_montage("megLayout32").get_positions()["ch_pos"]
     assert positions["MLFP1"][0] < 0 < positions["MRFP2"][0]
+
+
+def test_a_set_with_an_inward_channel_is_refused_unless_told(sets):
+    sensors = inward_copy(sets["squid21"], 4)
+    with pytest.raises(fg.GeometryError) as raised:
+        fm.to_info(sensors)
+    assert [(f.code, f.index) for f in raised.value.findings] == [("orientation-inward", 4)]
+    info = fm.to_info(sensors, check=False)
+    assert info["ch_names"] == [s.snsRawName for s in sensors]
+
+
+def test_a_head_localization_outside_the_helmet_is_refused_unless_told(sets):
+    sensors = sets["opm32"]
+    far = headloc_of(FIDUCIALS_LSP * 3.0)
+    with pytest.raises(fg.GeometryError) as raised:
+        fm.to_info(sensors, fiducials=far)
+    assert {f.code for f in raised.value.findings} == {"fiducial-outside-helmet"}
+    assert len(fm.to_info(sensors, fiducials=far, check=False)["dig"]) == 3
+    # The points alone, with no head localization to judge, pass as given.
+    assert len(fm.to_info(sensors, fiducials=FIDUCIALS_LSP * 3.0)["dig"]) == 3
+    # Along other axes than the sensors' the fiducials are not judged.
+    ras = headloc_of(FIDUCIALS_LSP @ fg.axes_to_ras("LSP").T * 3.0)
+    assert len(fm.to_info(sensors, fiducials=ras, fiducial_axes="RAS")["dig"]) == 3
