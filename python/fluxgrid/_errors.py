@@ -1,4 +1,35 @@
-"""The exceptions and warnings of the fluxgrid package."""
+"""The exceptions and warnings of the fluxgrid package.
+
+Every error that the package raises is an `Error`, with the file, the
+field or the channel it is about in its message. Where a builtin exception
+says the same, the class derives from it too, so that code which catches
+the builtin one keeps working:
+
+- `FileMissingError` (also `FileNotFoundError`): no file by that name.
+  ``fg.read("gone.sensor")``
+- `ReadError` (also `OSError`): the system refused to read the file.
+  ``fg.read("/root/secret.sensor")``
+- `FileFormatError`: not a file of the kind asked for, a refused version
+  or a refusal of the library. ``fg.read_sensor("MLC3.coil")``
+- `TruncatedFileError` (a `FileFormatError`): the file ends inside its
+  body. ``fg.read("cut.sensor")``
+- `WriteError` (also `OSError`, with `errno` and `filename`): the system
+  refused the write. ``fg.write(sensor, "/dev/full")``
+- `FileObjectTypeError` (also `TypeError`): an object that no file holds
+  where one is wanted. ``fg.write(fg.Sphere(), "x")``
+- `HardwareTypeError`: a sensor whose `hardwareType` does not match the
+  record it holds, which a write would lose. ``fg.write(sensor, path)``
+  after ``sensor.getSnsPos(1, 0)`` on a SQUID sensor.
+- `FieldTypeError` (also `TypeError`): a value of the wrong type for a
+  field. ``sensor.sensorType = "seven"``
+- `FieldOverflowError` (also `OverflowError` and `TypeError`): a number outside what an
+  integer field holds. ``record.auxFlags = [2**40, 0, 0, 0]``
+- `FieldValueError` (also `ValueError`): an array of the wrong shape, or a
+  number that is not finite or not whole for an integer field.
+  ``sensor.snsPos4 = np.zeros(3)``
+- `GeometryError`: the geometry check found errors in a set of sensors.
+  ``fg.mne.to_info(sensors)`` on a broken set.
+"""
 
 from __future__ import annotations
 
@@ -9,9 +40,17 @@ if TYPE_CHECKING:
 
 __all__ = [
     "Error",
+    "FieldOverflowError",
+    "FieldTypeError",
+    "FieldValueError",
     "FileFormatError",
+    "FileMissingError",
+    "FileObjectTypeError",
     "GeometryError",
+    "HardwareTypeError",
+    "ReadError",
     "TruncatedFileError",
+    "WriteError",
     "LibraryWarning",
     "LoadWarning",
 ]
@@ -54,6 +93,104 @@ class FileFormatError(Error):
 
 class TruncatedFileError(FileFormatError):
     """The file ends inside its body."""
+
+
+class FileMissingError(Error, FileNotFoundError):
+    """No file by that name. `errno` is ENOENT and `filename` the name,
+    as for the builtin `FileNotFoundError`."""
+
+    def __init__(
+        self, message: str, *, errno: int, strerror: Optional[str] = None, **details: object
+    ) -> None:
+        super().__init__(message, **details)  # type: ignore[arg-type]
+        _set_os_fields(self, errno, strerror or message, details.get("file"))
+
+
+class ReadError(Error, OSError):
+    """The system refused to open or read the file. `errno` is the
+    system's number where it is known, `filename` the file's name."""
+
+    def __init__(
+        self,
+        message: str,
+        *,
+        errno: Optional[int] = None,
+        strerror: Optional[str] = None,
+        **details: object,
+    ) -> None:
+        super().__init__(message, **details)  # type: ignore[arg-type]
+        _set_os_fields(self, errno, strerror or message, details.get("file"))
+
+
+class WriteError(Error, OSError):
+    """The system refused to write the file: `errno` is its number (ENOSPC
+    for a full device), `filename` the file's name and `strerror` the
+    library's words; str() gives all three."""
+
+    def __init__(
+        self,
+        message: str,
+        *,
+        errno: Optional[int] = None,
+        strerror: Optional[str] = None,
+        **details: object,
+    ) -> None:
+        super().__init__(message, **details)  # type: ignore[arg-type]
+        _set_os_fields(self, errno, strerror or message, details.get("file"))
+
+
+def _set_os_fields(
+    error: OSError, number: Optional[int], words: str, file: object
+) -> None:
+    # What OSError's own constructor would set, so that str() and the
+    # handlers of OSError see the usual errno, strerror and filename.
+    error.errno = number  # type: ignore[assignment]
+    error.strerror = words  # type: ignore[assignment]
+    error.filename = file
+
+
+class FileObjectTypeError(Error, TypeError):
+    """An object of a class that no file holds, given where a file's object
+    is wanted (a Sphere to `write`)."""
+
+
+class HardwareTypeError(Error):
+    """A sensor's `hardwareType` does not match the record it holds (or
+    names a SQUID or OPM without a record): writing it would store a file
+    that loses or lacks the record. `file` is the path of the write."""
+
+
+class FieldTypeError(Error, TypeError):
+    """A value of the wrong type for a field. `field` names the field and
+    `wanted` the type it takes."""
+
+    def __init__(self, message: str, *, field: str, wanted: str) -> None:
+        super().__init__(message)
+        self.field = field
+        self.wanted = wanted
+
+
+class FieldOverflowError(Error, OverflowError, TypeError):
+    """A number outside the range of an integer field. `field` names the
+    field and `wanted` the type it takes. Also a TypeError, which such an
+    assignment to a single number raised before, so that code catching
+    that still works."""
+
+    def __init__(self, message: str, *, field: str, wanted: str) -> None:
+        super().__init__(message)
+        self.field = field
+        self.wanted = wanted
+
+
+class FieldValueError(Error):
+    """A value a field cannot take: an array of another shape, or a number
+    that is not finite or not whole for an integer field. `field` names the
+    field and `wanted` the type it takes. (`Error` is a `ValueError`.)"""
+
+    def __init__(self, message: str, *, field: str, wanted: str) -> None:
+        super().__init__(message)
+        self.field = field
+        self.wanted = wanted
 
 
 class GeometryError(Error):

@@ -117,11 +117,22 @@ def read_sensors(
     ]
 
 
-def write(obj: FileObject, path: PathLike) -> int:
+def write(obj: FileObject, path: PathLike, *, force: bool = False) -> int:
     """Store `obj` as the newest version of its kind, atomically: the name
     shows the old content or the whole new one, never a part. Returns the
-    bytes written."""
-    return _fluxgrid._store(obj, os.fspath(path))
+    bytes written.
+
+    A sensor whose `hardwareType` does not match the record it holds (a
+    getter given another hardware type changes it, as the library does), or
+    names a SQUID or OPM without a record, would not come back from the file
+    as it is: such a write raises HardwareTypeError, naming the path and the
+    mismatch, unless `force` is true. A write the system refuses raises
+    WriteError (an OSError too, with `errno` and `filename`).
+
+    Safe beside other threads that change `obj`: the file holds the object
+    as it was at one moment.
+    """
+    return _fluxgrid._store(obj, os.fspath(path), force)
 
 
 def to_bytes(obj: FileObject) -> bytes:

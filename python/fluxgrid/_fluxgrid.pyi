@@ -275,7 +275,7 @@ class Sensor:
         """Drops the hardware record and type."""
     coefAuxNo: int
     def copy(self) -> Sensor:
-        """A copy of the sensor, with a copy of its hardware record."""
+        """A deep copy of the sensor, with a record of its own: changing one never changes the other."""
     def element_geometry(self, frame: str = 'work') -> ElementGeometry:
         """The elements in use of `frame`, read once: an ElementGeometry of their positions, orientations, turns and areas."""
     def elements(self, frame: str = 'work') -> Tuple[Union[Coil, Vapor], ...]:
@@ -301,21 +301,21 @@ class Sensor:
         """The name of the sensor type code."""
     def getSnsGainCtf(self) -> float:
         """The CTF gain."""
-    def getSnsNmlDir(self, hwType: int, coil: int) -> Tuple[int, float, float, float]:
-        """(result, x, y, z): a work-frame element's normal direction."""
-    def getSnsOrn(self, hwType: int, coil: int) -> Tuple[int, float, float, float]:
-        """(result, x, y, z): a work-frame element's orientation."""
-    def getSnsPos(self, hwType: int, coil: int) -> Tuple[int, float, float, float]:
-        """(result, x, y, z): a work-frame element's position."""
+    def getSnsNmlDir(self, hwType: int = -1, coil: int = -1) -> Tuple[int, float, float, float]:
+        """(result, x, y, z): a work-frame element's normal direction; `coil` -1 is element 0. `hwType` as for getSnsPos: -1 keeps hardwareType, any other value is stored in it."""
+    def getSnsOrn(self, hwType: int = -1, coil: int = -1) -> Tuple[int, float, float, float]:
+        """(result, x, y, z): a work-frame element's orientation; `coil` -1 is the current element. `hwType` as for getSnsPos: -1 keeps hardwareType, any other value is stored in it."""
+    def getSnsPos(self, hwType: int = -1, coil: int = -1) -> Tuple[int, float, float, float]:
+        """(result, x, y, z): a work-frame element's position; `coil` -1 is the current element. Leave `hwType` at -1: as in the library, any other value is stored in hardwareType, even by this getter (0 or 1 make a record of that kind if the sensor has none), and a write then refuses a sensor whose record does not match."""
     def getTotalCoils(self) -> int:
         """Elements in use."""
     hardware: Optional[HardwareRecord]
     hardwareType: int
     hardware_kind: Optional[str]
     def initSensorBasic(self, hwType: int, rawName: str, showName: str, totalCoils: int, turns: List[int[2]], areas: List[float[2]], pos0: List[float[3]], pos1: List[float[3]]) -> int:
-        """Stores both names and, for hardware type 0 or 1, the count and the positions of work elements 0 and 1 (for a SQUID their turns and areas too). The library's unread last argument is left out."""
+        """Stores both names and, for hardware type 0 or 1, the count and the positions of work elements 0 and 1 (for a SQUID their turns and areas too). `hwType` -1 keeps hardwareType; any other value is stored in hardwareType first (0 or 1 make the record of that kind if the sensor has none). The library's unread last argument is left out."""
     def initSensorInfo(self, hwType: int, type: int, hwNo: int, gradOrder: int, proper: float, second: float, third: float, gainOffset: float) -> int:
-        """Sets the hardware type, the sensor type and the gain chain."""
+        """Sets the hardware type, the sensor type and the gain chain. `hwType` -1 keeps hardwareType; any other value is stored in hardwareType first, and 0 or 1 make the record of that kind if the sensor has none."""
     def isAxialGrad(self) -> int:
         """1 for an axial gradiometer."""
     def isW12Evaluate(self) -> int:
@@ -334,7 +334,7 @@ class Sensor:
         """The Neuromag-to-CTF gain factor."""
     sensorType: int
     def setAcqSnsParam(self, hwType: int, coil: int, name: str, pos: List[float[3]], orn: List[float[3]], sensorType: int, toDewar: int, toHead: int, toWork: int, toSensor: int) -> int:
-        """Sets both names to `name` and the position and orientation of element `coil` in each selected frame (and with `toSensor` the sensor's own); the row of a layout table given field by field."""
+        """Sets both names to `name` and the position and orientation of element `coil` in each selected frame (and with `toSensor` the sensor's own); the row of a layout table given field by field. `hwType` -1 keeps hardwareType; any other value is stored in hardwareType first (0 or 1 make the record of that kind if the sensor has none), so that a write refuses the sensor if it no longer matches its record."""
     def setAdaptiveBalance(self, on: bool) -> int:
         """Turns adaptive balancing on or off."""
     def setBackup(self) -> int:
@@ -354,9 +354,9 @@ class Sensor:
     def setSensorParameters(self, source: Sensor) -> int:
         """Copies the parameters of `source` into this sensor."""
     def setSnsOrn(self, hwType: int, coil: int, x: float, y: float, z: float) -> int:
-        """Sets a work-frame element's orientation."""
+        """Sets a work-frame element's orientation. `hwType` as for setSnsPos: -1 keeps hardwareType, any other value is stored in it."""
     def setSnsPos(self, hwType: int, coil: int, x: float, y: float, z: float) -> int:
-        """Sets a work-frame element's position."""
+        """Sets a work-frame element's position. `hwType` -1 keeps hardwareType; any other value is stored in hardwareType first (0 or 1 make the record of that kind if the sensor has none), so that a later write may refuse the sensor."""
     snsAuxName: str
     snsAuxNo: int
     snsFileNo: int
@@ -513,7 +513,7 @@ def _load(path: Union[str, os.PathLike], max_bytes: int, kind: Optional[str]) ->
     ...
 def _load_bytes(data: bytes, name: str, max_bytes: int, kind: Optional[str]) -> object:
     ...
-def _store(object: object, path: Union[str, os.PathLike]) -> int:
+def _store(object: object, path: Union[str, os.PathLike], force: bool) -> int:
     ...
 def _store_bytes(object: object) -> bytes:
     ...

@@ -70,6 +70,9 @@ using Class = py::class_<T, Bases..., std::shared_ptr<T>>;
 /// exception and warning classes.
 py::object errorClass(const char* name);
 
+/// Raises the exception object `exception` in Python.
+[[noreturn]] void raiseObject(const py::object& exception);
+
 /// Issues each text as a warning of the class `category` of
 /// `fluxgrid._errors`.
 void warnTexts(const std::vector<std::string>& texts, const char* category);

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -62,18 +63,123 @@ py::array arrayView(T& values, py::handle owner) {
                      reinterpret_cast<Element*>(&values), owner);
 }
 
-/// Copies `source` into a fixed array, whose shape it must have.
+/// Raises the `fluxgrid` exception `cls` (FieldTypeError, FieldOverflowError
+/// or FieldValueError) about the field `name`, which takes `wanted`.
+[[noreturn]] void raiseFieldError(const char* cls, std::string_view name, const std::string& wanted,
+                                  const std::string& what);
+
+/// An integer for the field `name` from a Python number: whole numbers
+/// within the range of `T` only, never wrapped or rounded.
+template <class T>
+T integerOf(py::handle value, std::string_view name) {
+    static_assert(std::is_integral_v<T> && !std::is_same_v<T, bool>);
+    const std::string wanted = py::str(py::dtype::of<T>()).cast<std::string>();
+    if (PyFloat_Check(value.ptr())) {
+        raiseFieldError("FieldTypeError", name, "int (" + wanted + ")",
+                        "not a float: " + py::repr(value).cast<std::string>());
+    }
+    py::object index = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+    if (!index) {
+        PyErr_Clear();
+        raiseFieldError(
+            "FieldTypeError", name, "int (" + wanted + ")",
+            "not a " + py::str(py::type::of(value).attr("__name__")).cast<std::string>());
+    }
+    int overflow = 0;
+    const long long number = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
+    if (overflow != 0 || number < std::numeric_limits<T>::min() ||
+        number > std::numeric_limits<T>::max()) {
+        raiseFieldError("FieldOverflowError", name,
+                        wanted + " (" + std::to_string(std::numeric_limits<T>::min()) + " to " +
+                            std::to_string(std::numeric_limits<T>::max()) + ")",
+                        py::repr(index).cast<std::string>() + " is out of range");
+    }
+    return static_cast<T>(number);
+}
+
+/// `source` as an array that converts to the integers of `T` without a
+/// change of value: integers within range and whole finite floats.
+/// Anything else raises the field's error.
+template <class T>
+py::array checkedIntegers(const py::handle& source, std::string_view name) {
+    const py::module_ numpy = py::module_::import("numpy");
+    py::array values = numpy.attr("asarray")(source);
+    const char kind = values.dtype().kind();
+    if (kind == 'b' || values.size() == 0) {
+        return values;
+    }
+    if (kind != 'i' && kind != 'u' && kind != 'f') {
+        // Python ints beyond 64 bits, objects, texts: one by one, as a
+        // scalar assignment takes them.
+        py::list checked;
+        for (const py::handle item : values.attr("ravel")()) {
+            checked.append(integerOf<T>(item, name));
+        }
+        return numpy.attr("reshape")(numpy.attr("array")(checked, py::dtype::of<T>()),
+                                     values.attr("shape"));
+    }
+    const std::string wanted = py::str(py::dtype::of<T>()).cast<std::string>();
+    if (kind == 'f') {
+        if (!numpy.attr("isfinite")(values).attr("all")().cast<bool>()) {
+            raiseFieldError("FieldValueError", name, "whole numbers (" + wanted + ")",
+                            "a value is not finite");
+        }
+        if (!numpy.attr("array_equal")(values, numpy.attr("trunc")(values)).cast<bool>()) {
+            raiseFieldError("FieldValueError", name, "whole numbers (" + wanted + ")",
+                            "a value is not whole");
+        }
+    }
+    // Compared as Python numbers, which neither wrap nor round.
+    const py::object low = values.attr("min")().attr("item")();
+    const py::object high = values.attr("max")().attr("item")();
+    if (low < py::int_(std::numeric_limits<T>::min()) ||
+        high > py::int_(std::numeric_limits<T>::max())) {
+        raiseFieldError("FieldOverflowError", name,
+                        wanted + " (" + std::to_string(std::numeric_limits<T>::min()) + " to " +
+                            std::to_string(std::numeric_limits<T>::max()) + ")",
+                        "values from " + py::repr(low).cast<std::string>() + " to " +
+                            py::repr(high).cast<std::string>() + " are out of range");
+    }
+    return values;
+}
+
+/// Copies `source` into a fixed array, whose shape it must have; into an
+/// array of integers only values that fit them unchanged.
 template <class T>
 void assignArray(T& target, const py::handle& source, std::string_view name) {
     using Element = std::remove_all_extents_t<T>;
+    py::object checked = py::reinterpret_borrow<py::object>(source);
+    if constexpr (std::is_integral_v<Element> && !std::is_same_v<Element, bool>) {
+        checked = checkedIntegers<Element>(source, name);
+    }
     const auto values =
-        py::array_t<Element, py::array::c_style | py::array::forcecast>::ensure(source);
+        py::array_t<Element, py::array::c_style | py::array::forcecast>::ensure(checked);
     const std::vector<py::ssize_t> shape = shapeOf<T>();
     if (!values || values.ndim() != static_cast<py::ssize_t>(shape.size()) ||
         !std::equal(shape.begin(), shape.end(), values.shape())) {
-        throw py::value_error(std::string(name) + " takes an array of shape " + shapeWords<T>());
+        raiseFieldError(
+            "FieldValueError", name, "an array of shape " + shapeWords<T>(),
+            values ? "an array of shape " + py::str(values.attr("shape")).cast<std::string>()
+                   : std::string("not an array of numbers"));
     }
     std::memcpy(&target, values.data(), sizeof(T));
+}
+
+/// `value` as the `T` of the field `name`, whose type in words is `wanted`;
+/// a value of another type raises FieldTypeError.
+template <class T>
+T castField(py::handle value, std::string_view name, const std::string& wanted) {
+    if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
+        return integerOf<T>(value, name);
+    } else {
+        try {
+            return value.cast<T>();
+        } catch (const py::cast_error&) {
+            raiseFieldError(
+                "FieldTypeError", name, wanted,
+                "not a " + py::str(py::type::of(value).attr("__name__")).cast<std::string>());
+        }
+    }
 }
 
 template <class T>
@@ -129,7 +235,10 @@ class FieldBinder {
         } else {
             m_cls.def_property(
                 field.name.data(), [member](const Final& object) { return object.*member; },
-                [member](Final& object, const T& value) { object.*member = value; }, doc.c_str());
+                [member, name = field.name](Final& object, py::handle value) {
+                    object.*member = detail::castField<T>(value, name, detail::typeWords<T>());
+                },
+                doc.c_str());
         }
     }
 
@@ -164,7 +273,12 @@ class FieldBinder {
                     return py::cast(&(object.*member), py::return_value_policy::reference_internal,
                                     self);
                 },
-                [member](Final& object, const R& value) { object.*member = value; }, doc.c_str());
+                [member, name = field.name](Final& object, py::handle value) {
+                    object.*member = detail::castField<R>(
+                        value, name,
+                        py::str(py::type::of<R>().attr("__name__")).cast<std::string>());
+                },
+                doc.c_str());
         }
     }
 
@@ -220,7 +334,9 @@ class FieldBinder {
                 std::vector<CString> texts(std::begin(object.*member), std::end(object.*member));
                 return texts;
             },
-            [member](Final& object, const std::vector<CString>& texts) {
+            [member, name = field.name](Final& object, py::handle value) {
+                const auto texts =
+                    detail::castField<std::vector<CString>>(value, name, "list of str");
                 CStringArray& target = object.*member;
                 target.RemoveAll();
                 for (const CString& text : texts) {

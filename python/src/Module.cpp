@@ -11,6 +11,11 @@ py::object errorClass(const char* name) {
     return py::module_::import("fluxgrid._errors").attr(name);
 }
 
+void raiseObject(const py::object& exception) {
+    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
+    throw py::error_already_set();
+}
+
 void warnTexts(const std::vector<std::string>& texts, const char* category) {
     if (texts.empty()) {
         return;

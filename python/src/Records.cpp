@@ -163,8 +163,8 @@ int frameNumber(const std::string& word) {
         }
         words += (words.empty() ? "" : ", ") + std::string(frame.word);
     }
-    throw py::value_error("frame must be one of " + words + ", not " +
-                          py::repr(py::str(word)).cast<std::string>());
+    raiseObject(errorClass("Error")("frame must be one of " + words + ", not " +
+                                    py::repr(py::str(word)).cast<std::string>()));
 }
 
 // The elements in use of one frame, through the library's accessors: as
@@ -346,7 +346,9 @@ void bindSensor(py::module_& m) {
             },
             py::arg("hwType"), py::arg("type"), py::arg("hwNo"), py::arg("gradOrder"),
             py::arg("proper"), py::arg("second"), py::arg("third"), py::arg("gainOffset"),
-            "Sets the hardware type, the sensor type and the gain chain.")
+            "Sets the hardware type, the sensor type and the gain chain. `hwType` -1 keeps "
+            "hardwareType; any other value is stored in hardwareType first, and 0 or 1 make the "
+            "record of that kind if the sensor has none.")
         .def("setBackup", boxed(&CMEGSensorqv::setBackup), "Backs the sensor up.")
         .def("getTotalCoils", &CMEGSensorqv::getTotalCoils, "Elements in use.")
         .def("getCurrentCoilID", &CMEGSensorqv::getCurrentCoilID, "The current element.")
@@ -407,20 +409,33 @@ void bindSensor(py::module_& m) {
                 return withBoxesAsWarnings([&] { return s.setSnsPos(hwType, coil, x, y, z); });
             },
             py::arg("hwType"), py::arg("coil"), py::arg("x"), py::arg("y"), py::arg("z"),
-            "Sets a work-frame element's position.")
+            "Sets a work-frame element's position. `hwType` -1 keeps hardwareType; any other "
+            "value is stored in hardwareType first (0 or 1 make the record of that kind if the "
+            "sensor has none), so that a later write may refuse the sensor.")
         .def(
             "setSnsOrn",
             [](CMEGSensorqv& s, int hwType, int coil, double x, double y, double z) {
                 return withBoxesAsWarnings([&] { return s.setSnsOrn(hwType, coil, x, y, z); });
             },
             py::arg("hwType"), py::arg("coil"), py::arg("x"), py::arg("y"), py::arg("z"),
-            "Sets a work-frame element's orientation.")
-        .def("getSnsPos", sensorVector(&CMEGSensorqv::getSnsPos), py::arg("hwType"),
-             py::arg("coil"), "(result, x, y, z): a work-frame element's position.")
-        .def("getSnsOrn", sensorVector(&CMEGSensorqv::getSnsOrn), py::arg("hwType"),
-             py::arg("coil"), "(result, x, y, z): a work-frame element's orientation.")
-        .def("getSnsNmlDir", sensorVector(&CMEGSensorqv::getSnsNmlDir), py::arg("hwType"),
-             py::arg("coil"), "(result, x, y, z): a work-frame element's normal direction.")
+            "Sets a work-frame element's orientation. `hwType` as for setSnsPos: -1 keeps "
+            "hardwareType, any other value is stored in it.")
+        .def("getSnsPos", sensorVector(&CMEGSensorqv::getSnsPos), py::arg("hwType") = -1,
+             py::arg("coil") = -1,
+             "(result, x, y, z): a work-frame element's position; `coil` -1 is the current "
+             "element. Leave `hwType` at -1: as in the library, any other value is stored in "
+             "hardwareType, even by this getter (0 or 1 make a record of that kind if the sensor "
+             "has none), and a write then refuses a sensor whose record does not match.")
+        .def("getSnsOrn", sensorVector(&CMEGSensorqv::getSnsOrn), py::arg("hwType") = -1,
+             py::arg("coil") = -1,
+             "(result, x, y, z): a work-frame element's orientation; `coil` -1 is the current "
+             "element. `hwType` as for getSnsPos: -1 keeps hardwareType, any other value is "
+             "stored in it.")
+        .def("getSnsNmlDir", sensorVector(&CMEGSensorqv::getSnsNmlDir), py::arg("hwType") = -1,
+             py::arg("coil") = -1,
+             "(result, x, y, z): a work-frame element's normal direction; `coil` -1 is element "
+             "0. `hwType` as for getSnsPos: -1 keeps hardwareType, any other value is stored in "
+             "it.")
         .def(
             "initSensorBasic",
             [](CMEGSensorqv& s, int hwType, const CString& rawName, const CString& showName,
@@ -434,8 +449,10 @@ void bindSensor(py::module_& m) {
             py::arg("hwType"), py::arg("rawName"), py::arg("showName"), py::arg("totalCoils"),
             py::arg("turns"), py::arg("areas"), py::arg("pos0"), py::arg("pos1"),
             "Stores both names and, for hardware type 0 or 1, the count and the positions of "
-            "work elements 0 and 1 (for a SQUID their turns and areas too). The library's "
-            "unread last argument is left out.")
+            "work elements 0 and 1 (for a SQUID their turns and areas too). `hwType` -1 keeps "
+            "hardwareType; any other value is stored in hardwareType first (0 or 1 make the "
+            "record of that kind if the sensor has none). The library's unread last argument is "
+            "left out.")
         .def(
             "setAcqSnsParam",
             [](CMEGSensorqv& s, int hwType, int coil, const CString& name,
@@ -452,16 +469,15 @@ void bindSensor(py::module_& m) {
             py::arg("toSensor"),
             "Sets both names to `name` and the position and orientation of element `coil` in "
             "each selected frame (and with `toSensor` the sensor's own); the row of a layout "
-            "table given field by field.")
+            "table given field by field. `hwType` -1 keeps hardwareType; any other value is "
+            "stored in hardwareType first (0 or 1 make the record of that kind if the sensor has "
+            "none), so that a write refuses the sensor if it no longer matches its record.")
         .def(
             "setSensorParameters",
             [](CMEGSensorqv& s, CMEGSensorqv& source) {
                 return withBoxesAsWarnings([&] { return s.setSensorParameters(&source); });
             },
-            py::arg("source"), "Copies the parameters of `source` into this sensor.")
-        .def(
-            "copy", [](const CMEGSensorqv& s) { return std::make_shared<CMEGSensorqv>(s); },
-            "A copy of the sensor, with a copy of its hardware record.");
+            py::arg("source"), "Copies the parameters of `source` into this sensor.");
     bindSensorHelpers(m, sensor);
 }
 

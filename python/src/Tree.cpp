@@ -59,6 +59,13 @@ void DictSink::null() {
 
 namespace detail {
 
+void raiseFieldError(const char* cls, std::string_view name, const std::string& wanted,
+                     const std::string& what) {
+    const std::string field(name);
+    raiseObject(errorClass(cls)(field + ": " + what + "; it takes " + wanted,
+                                py::arg("field") = field, py::arg("wanted") = wanted));
+}
+
 std::string filedWords(fields::Filed filed) {
     using fields::Body;
     struct Named {

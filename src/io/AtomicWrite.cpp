@@ -49,6 +49,7 @@ FileError writeFailure(const fs::path& path, const std::string& what, int error)
     failure.failure = FileFailure::writeError;
     failure.file = path.string();
     failure.message = what;
+    failure.systemError = error;
     if (error != 0) {
         failure.message += ": ";
         failure.message += std::strerror(error);

@@ -87,6 +87,9 @@ struct FileError {
     std::string message;
     /// The texts of the message boxes that the call raised, in order.
     std::vector<std::string> boxes;
+    /// The system's error number behind a `writeError` (ENOSPC for a full
+    /// device); 0 where none is known.
+    int systemError = 0;
 
     /// "FILE: message", or the message alone without a name.
     std::string describe() const;
