@@ -1,5 +1,10 @@
 // What the parts of the extension share: the text conversion, the capture of
 // message boxes, the named tuples and the entry of each part.
+//
+// Threads: every binding reads and changes objects with the GIL held, so the
+// GIL is the one guard of every object that Python can reach. A binding
+// releases it only for work that touches no such object: a load into a new
+// object, and the disk write of bytes already made.
 #pragma once
 
 #include <fluxgrid/platform/CString.h>

@@ -157,6 +157,9 @@ def test_stress_of_eight_threads_on_shared_objects(tmp_path: Path):
                 c.snsRawName = "copy"
                 fg.read_bytes(fg.to_bytes(c))
                 headloc.to_dict()
+                if written:
+                    # A file that another thread may be replacing is whole.
+                    fg.read_sensor(rng.choice(written))
 
         return run
 
