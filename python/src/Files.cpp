@@ -291,12 +291,9 @@ fluxgrid::sensor::HardwareRecord recordCopy(const CMEGSensorqv& sensor) {
 
 // An object of the class `T` loaded from `bytes` that a store of one made.
 template <class T>
-std::shared_ptr<T> objectFromBytes(const py::bytes& data) {
-    const std::string_view view = data;
-    const auto* first = reinterpret_cast<const BYTE*>(view.data());
-    FileResult<LoadedFile> loaded =
-        loadBytes(std::span<const BYTE>(first, view.size()), {},
-                  optionsOf(kDefaultMaxFileBytes, std::string(fileKindInfo(kFileKindOf<T>).word)));
+std::shared_ptr<T> objectFromBytes(std::span<const BYTE> bytes) {
+    FileResult<LoadedFile> loaded = loadBytes(
+        bytes, {}, optionsOf(kDefaultMaxFileBytes, std::string(fileKindInfo(kFileKindOf<T>).word)));
     if (!loaded) {
         raise(loaded.error());
     }
@@ -307,11 +304,11 @@ std::shared_ptr<T> objectFromBytes(const py::bytes& data) {
 // A deep copy: nothing of it is shared with `object`. Member-wise, with a
 // record of its own for a sensor; a head localization, whose lists own
 // their entries and which has no copy of its own, through its bytes: a
-// copy of what its file holds.
+// copy of what its file holds (and so refused where its store is).
 template <class T>
 std::shared_ptr<T> deepCopy(T& object) {
     if constexpr (std::is_same_v<T, CHeadLocalizationqv>) {
-        return objectFromBytes<T>(py::bytes(storeToBytes(py::cast(&object))));
+        return objectFromBytes<T>(bytesOf(object, {}));
     } else {
         auto copy = std::make_shared<T>(object);
         if constexpr (std::is_same_v<T, CMEGSensorqv>) {
@@ -334,7 +331,12 @@ void bindCopies(K kind) {
             py::arg("memo"), "A deep copy: nothing of it is shared with this object.")
         .def(py::pickle(
             [](const py::object& object) { return py::make_tuple(storeToBytes(object)); },
-            [](const py::tuple& state) { return objectFromBytes<T>(state[0].cast<py::bytes>()); }));
+            [](const py::tuple& state) {
+                const auto held = state[0].cast<py::bytes>();
+                const std::string_view data = held;
+                return objectFromBytes<T>(
+                    std::span(reinterpret_cast<const BYTE*>(data.data()), data.size()));
+            }));
     if constexpr (std::is_same_v<T, CMEGSensorqv>) {
         cls.def("copy", &deepCopy<T>,
                 "A deep copy of the sensor, with a record of its own: changing one never changes "
