@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <ctime>
@@ -87,6 +88,7 @@ TEST(AtomicWriteTargets, FullDeviceFailsAndStaysADevice) {
     const FileError error = failureOf(fluxgrid::writeFileAtomically(node, someBytes(100)));
     EXPECT_EQ(error.failure, FileFailure::writeError);
     EXPECT_EQ(error.message, "cannot write: No space left on device");
+    EXPECT_EQ(error.systemError, ENOSPC);
     EXPECT_TRUE(S_ISCHR(statusOf(node).st_mode));
     EXPECT_EQ(statusOf(node).st_rdev, ::makedev(1, 7));
     EXPECT_EQ(namesIn(dir.path()), std::set<std::string>{"full"});
