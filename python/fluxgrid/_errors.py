@@ -28,7 +28,7 @@ the builtin one keeps working:
   number that is not finite or not whole for an integer field.
   ``sensor.snsPos4 = np.zeros(3)``
 - `GeometryError`: the geometry check found errors in a set of sensors.
-  ``fg.mne.to_info(sensors)`` on a broken set.
+  ``fg.check(folder).raise_for_errors()`` on a broken set.
 """
 
 from __future__ import annotations
