@@ -19,6 +19,7 @@ from __future__ import annotations
 from ._check import CheckReport, check
 from ._errors import (
     Error,
+    ExportError,
     FileFormatError,
     GeometryError,
     LibraryWarning,
@@ -72,6 +73,7 @@ __all__ = [
     "Coil",
     "ElementGeometry",
     "Error",
+    "ExportError",
     "FILE_KINDS",
     "FRAMES",
     "FileFormatError",

@@ -9,6 +9,7 @@ if TYPE_CHECKING:
 
 __all__ = [
     "Error",
+    "ExportError",
     "FileFormatError",
     "GeometryError",
     "TruncatedFileError",
@@ -83,3 +84,11 @@ class LibraryWarning(UserWarning):
 class LoadWarning(LibraryWarning):
     """A load gave its object, but the library raised message boxes on the
     way (a nested record it refused): the object may be incomplete."""
+
+
+class ExportError(Error):
+    """An export refused: no sensor at all, a channel without a place, a
+    position or fiducial that is not finite or gives no head frame,
+    duplicate channel names, a name the format cannot hold, or an output
+    that is a folder or one of the inputs. The message names the channel,
+    the point or the path."""
