@@ -7,14 +7,13 @@ among the inputs stands for the sensor files in it. A set that the
 geometry check finds errors in is refused, its errors printed, unless
 `--no-check` is given.
 
-Even with `--no-check`, what the file cannot hold as a number is refused,
-naming the channel or the point: no sensor at all, an MEG or reference
-channel with no element in use, a position that is not finite, fiducials
-that are not finite or give no head frame (ear points at one point, the
-nasion on their line), a channel name that FIF cannot hold (outside
-ASCII; the .mat keeps it), and a name shared by several channels, unless
-`--rename-duplicates` renames them as MNE does ("A-0", "A-1"), in both
-formats alike.
+Even with `--no-check`, what the file cannot hold is refused, naming the
+channel or the point: no sensor at all, an MEG or reference channel with
+no element in use, a position that is not finite, fiducials that are not
+finite or give no head frame (ear points at one point, the nasion on their
+line), a channel name that FIF cannot hold (outside ASCII; the .mat keeps
+it), and a name shared by several channels, unless `--rename-duplicates`
+renames them as MNE does ("A-0", "A-1"), in both formats alike.
 
 OUT is written whole or not at all: through a temporary file beside it,
 renamed over it, so that a refusal or a failed write (a full disk) leaves
@@ -30,7 +29,7 @@ from __future__ import annotations
 import argparse
 import sys
 from pathlib import Path
-from typing import List, Optional
+from typing import Any, List, Optional
 
 from . import _geometry
 from ._check import check_for_export
@@ -83,7 +82,7 @@ def _sensor_files(inputs: List[str]) -> List[Path]:
     return files
 
 
-def _write_fif(path: str, info, inputs: List[Path]) -> None:
+def _write_fif(path: str, info: Any, inputs: List[Path]) -> None:
     import mne
 
     # MNE writes a channel's name in FIF as ASCII and fails midway on any
