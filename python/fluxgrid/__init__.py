@@ -19,6 +19,7 @@ from __future__ import annotations
 from ._check import CheckReport, check
 from ._errors import (
     Error,
+    ExportError,
     FieldOverflowError,
     FieldTypeError,
     FieldValueError,
@@ -80,6 +81,7 @@ __all__ = [
     "Coil",
     "ElementGeometry",
     "Error",
+    "ExportError",
     "FILE_KINDS",
     "FRAMES",
     "FieldOverflowError",

@@ -5,10 +5,11 @@ from __future__ import annotations
 
 import os
 from dataclasses import dataclass
-from typing import Iterable, Optional, Set, Tuple, Union
+from typing import Iterable, List, Optional, Set, Tuple, Union
 
 from . import _fluxgrid
 from ._errors import GeometryError
+from ._files import read
 from ._fluxgrid import Finding, HeadLocalization, Sensor, SphereFit
 
 PathLike = Union[str, "os.PathLike[str]"]
@@ -90,10 +91,24 @@ class CheckReport:
         return "\n".join(lines)
 
 
-def _items(sensors_or_paths: Union[CheckItem, Iterable[CheckItem]]) -> Iterable[CheckItem]:
+def _judged(item: Optional[CheckItem]) -> Optional[CheckItem]:
+    # The library takes file names as UTF-8 text. A name on disk that is
+    # not UTF-8 (Python holds its bytes as surrogates) is loaded here and
+    # judged as an object: the same findings, without the file's name.
+    if isinstance(item, (str, os.PathLike)):
+        name = os.fspath(item)
+        if isinstance(name, str):
+            try:
+                name.encode("utf-8")
+            except UnicodeEncodeError:
+                return read(name)
+    return item
+
+
+def _items(sensors_or_paths: Union[CheckItem, Iterable[CheckItem]]) -> List[CheckItem]:
     if isinstance(sensors_or_paths, (str, os.PathLike, Sensor, HeadLocalization)):
-        return [sensors_or_paths]
-    return sensors_or_paths
+        sensors_or_paths = [sensors_or_paths]
+    return [_judged(item) for item in sensors_or_paths]
 
 
 def check(
@@ -127,7 +142,7 @@ def check(
         >>> report.raise_for_errors()  # GeometryError when errors were found
     """
     return CheckReport(
-        **_fluxgrid._check(_items(sensors_or_paths), headloc, frame, unit, headloc_unit)
+        **_fluxgrid._check(_items(sensors_or_paths), _judged(headloc), frame, unit, headloc_unit)
     )
 
 
@@ -140,15 +155,21 @@ def check_for_export(
     fiducials: object = None,
     fiducial_axes: Optional[str] = None,
     fiducial_unit: Optional[str] = None,
+    rename_duplicates: bool = False,
 ) -> CheckReport:
     """Check sensors, or their files, as the bridges and the export take
     them, and raise GeometryError when errors are found. Fiducials of a
     HeadLocalization, or of the path of one, are judged with them when they
     lie along the sensors' axes, in their given unit (the sensors' by
-    default); fiducials of another kind are not judged."""
+    default); fiducials of another kind are not judged. With
+    `rename_duplicates`, shared channel names are no error: the export
+    renames them."""
     judged = isinstance(fiducials, (HeadLocalization, str, os.PathLike))
     same_axes = fiducial_axes is None or fiducial_axes == axes
     report = check(list(sensors_or_paths), headloc=fiducials if judged and same_axes else None,
                    frame=frame, unit=unit, headloc_unit=fiducial_unit or unit)
-    report.raise_for_errors()
+    errors = [f for f in report.of("error")
+              if not (rename_duplicates and f.code == "name-duplicate")]
+    if errors:
+        raise GeometryError(errors)
     return report

@@ -29,6 +29,8 @@ the builtin one keeps working:
   ``sensor.snsPos4 = np.zeros(3)``
 - `GeometryError`: the geometry check found errors in a set of sensors.
   ``fg.check(folder).raise_for_errors()`` on a broken set.
+- `ExportError`: an export refused, naming the channel, point or path.
+  ``fluxgrid.mne.to_info([])``
 """
 
 from __future__ import annotations
@@ -40,6 +42,7 @@ if TYPE_CHECKING:
 
 __all__ = [
     "Error",
+    "ExportError",
     "FieldOverflowError",
     "FieldTypeError",
     "FieldValueError",
@@ -220,3 +223,11 @@ class LibraryWarning(UserWarning):
 class LoadWarning(LibraryWarning):
     """A load gave its object, but the library raised message boxes on the
     way (a nested record it refused): the object may be incomplete."""
+
+
+class ExportError(Error):
+    """An export refused: no sensor at all, a channel without a place, a
+    position or fiducial that is not finite or gives no head frame,
+    duplicate channel names, a name the format cannot hold, or an output
+    that is a folder or one of the inputs. The message names the channel,
+    the point or the path."""

@@ -2,11 +2,14 @@
 
 from __future__ import annotations
 
+import contextlib
 import os
+import tempfile
 from pathlib import Path
-from typing import TYPE_CHECKING, Iterable, List, NamedTuple, Tuple, Union
+from typing import TYPE_CHECKING, Iterable, Iterator, List, NamedTuple, Tuple, Union
 
 from . import _fluxgrid
+from ._errors import ExportError
 
 PathLike = Union[str, "os.PathLike[str]"]
 
@@ -138,3 +141,62 @@ def write(obj: FileObject, path: PathLike, *, force: bool = False) -> int:
 def to_bytes(obj: FileObject) -> bytes:
     """The bytes that `write` would put in a file."""
     return _fluxgrid._store_bytes(obj)
+
+
+def _same_file(a: PathLike, b: PathLike) -> bool:
+    try:
+        return os.path.samefile(a, b)
+    except OSError:
+        return False
+
+
+def _new_file_mode() -> int:
+    # What open() would give a new file; mkstemp makes its file private.
+    mask = os.umask(0)
+    os.umask(mask)
+    return 0o666 & ~mask
+
+
+def _fsync_path(path: PathLike) -> None:
+    handle = os.open(path, os.O_RDONLY)
+    try:
+        os.fsync(handle)
+    finally:
+        os.close(handle)
+
+
+@contextlib.contextmanager
+def replacing(path: PathLike, *, inputs: Iterable[PathLike] = ()) -> Iterator[str]:
+    """Write a whole file or nothing: yields the name of a new temporary
+    file in the folder of `path`, for the block to write; when the block
+    ends without an exception, the file is flushed to the disk and renamed
+    to `path`, and the folder flushed too. On any failure the temporary
+    file is removed and `path` keeps its old content.
+
+    Refuses, with ExportError, a `path` that is a folder or that is the
+    same file as one of `inputs` (by device and inode, whatever the names).
+    The temporary file keeps the suffix of `path`, for writers that look
+    at it.
+    """
+    target = Path(os.fsdecode(path))
+    if target.is_dir():
+        raise ExportError(f"{target}: a folder, not a file to write", file=str(target))
+    for source in inputs:
+        if _same_file(target, source):
+            raise ExportError(f"{target}: is the input {os.fsdecode(source)}, which the output "
+                              f"would overwrite", file=str(target))
+    handle, temporary = tempfile.mkstemp(prefix=f".{target.name}.", suffix=f".tmp{target.suffix}",
+                                         dir=target.parent)
+    try:
+        try:
+            os.fchmod(handle, _new_file_mode())
+        finally:
+            os.close(handle)
+        yield temporary
+        _fsync_path(temporary)
+        os.replace(temporary, target)
+    except BaseException:
+        with contextlib.suppress(OSError):
+            os.unlink(temporary)
+        raise
+    _fsync_path(target.parent)

@@ -10,11 +10,14 @@ and everything built from them, use the head frame "LSP" in millimetres.
 
 from __future__ import annotations
 
+import string
+from collections import Counter
 from dataclasses import dataclass, field
 from typing import List, Optional, Sequence, Tuple, Union
 
 import numpy as np
 
+from ._errors import ExportError
 from ._fluxgrid import FiducialSet, HeadLocalization, Sensor, axes_to_ras
 
 #: Units of the sensor files' lengths in a metre.
@@ -135,6 +138,97 @@ def channel(sensor: Sensor, frame: str, axes: Frame) -> Channel:
     return result
 
 
+def _exported(sensor: Sensor, index: int, frame: str, axes: Frame) -> Channel:
+    # A channel that would reach a file without a place, or with one that is
+    # not a number, is refused here whether or not the set was checked.
+    words = f"channel {index} {sensor.snsRawName!r}"
+    try:
+        result = channel(sensor, frame, axes)
+    except ValueError as error:
+        raise ExportError(f"{words}: {error}") from None
+    if result.r0 is None:
+        if result.kind in ("meg", "ref"):
+            raise ExportError(f"{words}: a channel of kind {result.kind} with no element in use "
+                              f"in the {frame} frame has no place")
+        return result
+    points = np.array([result.r0] + [c.pos for c in result.coils])
+    if not np.all(np.isfinite(points)):
+        given = sensor.element_geometry(frame).positions[: len(points)].tolist()
+        raise ExportError(f"{words}: a position of its elements in the {frame} frame, "
+                          f"{given}, is not finite")
+    return result
+
+
+def unique_names(names: Sequence[str]) -> List[str]:
+    """The names with each duplicate renamed as MNE renames them: every
+    channel of a shared name gets "-0", "-1"... in order (a letter where
+    the number is taken)."""
+    names = list(names)
+    counts = Counter(names)
+    for stem in sorted(name for name, count in counts.items() if count > 1):
+        taken = set(names)
+        for number, i in enumerate(i for i, name in enumerate(names) if name == stem):
+            for suffix in (str(number),) + tuple(string.ascii_lowercase):
+                candidate = f"{stem}-{suffix}"
+                if candidate not in taken:
+                    break
+            else:
+                raise ExportError(f"channel name {stem!r}: no free name to rename it to")
+            names[i] = candidate
+            taken.add(candidate)
+    return names
+
+
+def export_channels(
+    sensors: Sequence[Sensor], frame: str, axes: Frame, rename_duplicates: bool = False
+) -> List[Channel]:
+    """The channels of `sensors` as the exports write them. Raises
+    ExportError, naming the channel, for no sensor at all, for an MEG or
+    reference channel with no element in use in `frame`, for a position
+    or an orientation that is not finite, and for channel names shared by
+    several channels, unless `rename_duplicates` renames them as MNE does
+    (`unique_names`)."""
+    if len(sensors) == 0:
+        raise ExportError("no sensor to export")
+    channels = [_exported(s, i, frame, axes) for i, s in enumerate(sensors)]
+    names = [ch.name for ch in channels]
+    shared = sorted(name for name, count in Counter(names).items() if count > 1)
+    if shared and not rename_duplicates:
+        words = ", ".join(
+            f"{name!r} (channels {', '.join(str(i) for i, n in enumerate(names) if n == name)})"
+            for name in shared
+        )
+        raise ExportError(f"duplicate channel names: {words}")
+    for ch, name in zip(channels, unique_names(names)):
+        ch.name = name
+    return channels
+
+
+_POINT_WORDS = ("nasion (point 0)", "ear point 1", "ear point 2")
+
+#: Below this share of the ear points' distance, the nasion counts as on
+#: their line: the head frame's axes would be noise, or not numbers.
+_ON_LINE = 1e-6
+
+
+def _head_frame_points(points: np.ndarray) -> np.ndarray:
+    """The three points, when they make a head frame; ExportError naming
+    the point when they do not."""
+    for words, point in zip(_POINT_WORDS, points):
+        if not np.all(np.isfinite(point)):
+            raise ExportError(f"fiducial {words} {point.tolist()} is not finite")
+    nasion, first, second = points
+    ears = np.linalg.norm(second - first)
+    if ears == 0.0:
+        raise ExportError(f"fiducials: ear points 1 and 2 lie at one point {first.tolist()}: "
+                          "they give no head frame")
+    off = np.linalg.norm(np.cross(nasion - first, (second - first) / ears))
+    if off <= _ON_LINE * ears:
+        raise ExportError(f"fiducials: the nasion (point 0) {nasion.tolist()} lies on the line "
+                          "through the ear points: they give no head frame")
+    return points
+
+
 def fiducial_points(
     fiducials: FiducialsLike, axes: Frame, above: Optional[np.ndarray] = None
 ) -> Tuple[np.ndarray, np.ndarray, np.ndarray]:
@@ -152,7 +246,7 @@ def fiducial_points(
         points = np.asarray(fiducials, dtype=float)
         if points.shape != (3, 3):
             raise ValueError(f"fiducials as an array take the shape (3, 3), not {points.shape}")
-    nasion, first, second = axes.positions(points)
+    nasion, first, second = axes.positions(_head_frame_points(points))
     middle = (first + second) / 2.0
     up = np.array([0.0, 0.0, 1.0]) if above is None else np.asarray(above, dtype=float) - middle
     left_of_first = np.dot(np.cross(nasion - middle, first - middle), up) > 0
@@ -177,4 +271,7 @@ def head_frame(
     meg = [ch.r0 for ch in channels if ch.kind in ("meg", "ref") and ch.r0 is not None]
     above = np.mean(meg, axis=0) if meg else None
     points = np.array(fiducial_points(fiducials, fid_frame, above))
-    return mne.transforms.get_ras_to_neuromag_trans(*points), points
+    transform = mne.transforms.get_ras_to_neuromag_trans(*points)
+    if not np.all(np.isfinite(transform)):
+        raise ExportError("fiducials: the nasion and the ear points give no head frame")
+    return transform, points

@@ -11,13 +11,16 @@ scipy is imported only when a file is written.
 from __future__ import annotations
 
 import os
-from typing import Any, Dict, List, Optional, Sequence, Union
+from typing import Any, Dict, Iterable, List, Optional, Sequence, Union
 
 import numpy as np
 
 from . import _geometry as geometry
 from ._check import check_for_export
+from ._files import replacing
 from ._fluxgrid import Sensor
+
+PathLike = Union[str, "os.PathLike[str]"]
 
 _CHANTYPE = {
     ("meg", False): "megmag",
@@ -45,6 +48,7 @@ def to_grad(
     fiducial_axes: Optional[str] = None,
     fiducial_unit: Optional[str] = None,
     check: bool = True,
+    rename_duplicates: bool = False,
 ) -> Dict[str, Any]:
     """FieldTrip's `grad` of the MEG channels and references among
     `sensors`, in metres along RAS (see `fluxgrid.mne.to_info` for `frame`,
@@ -55,13 +59,20 @@ def to_grad(
     holds the three points; without, in the device frame.
 
     A set with errors of `fluxgrid.check` raises `fluxgrid.GeometryError`
-    unless `check` is False (see `fluxgrid.mne.to_info`)."""
+    unless `check` is False (see `fluxgrid.mne.to_info`). Whether checked
+    or not, `fluxgrid.ExportError` refuses what has no place in a grad: no
+    sensor at all, an MEG or reference channel with no element in use, a
+    position that is not finite, fiducials that give no head frame, and
+    names shared by several channels, unless `rename_duplicates` renames
+    them as MNE does ("A-0", "A-1")."""
     sensor_frame = geometry.Frame(axes, unit)
     if check:
         check_for_export(sensors, frame=frame, axes=axes, unit=unit, fiducials=fiducials,
-                         fiducial_axes=fiducial_axes, fiducial_unit=fiducial_unit)
-    channels = [ch for ch in (geometry.channel(s, frame, sensor_frame) for s in sensors)
-                if ch.kind in ("meg", "ref") and ch.r0 is not None]
+                         fiducial_axes=fiducial_axes, fiducial_unit=fiducial_unit,
+                         rename_duplicates=rename_duplicates)
+    channels = [ch for ch in geometry.export_channels(sensors, frame, sensor_frame,
+                                                      rename_duplicates)
+                if ch.kind in ("meg", "ref")]
     coils: List[geometry.Coil] = []
     rows: List[List[float]] = []
     for ch in channels:
@@ -99,11 +110,20 @@ def _apply(transform: np.ndarray, points: np.ndarray) -> np.ndarray:
     return points @ transform[:3, :3].T + transform[:3, 3]
 
 
-def save_grad(path: Union[str, "os.PathLike[str]"], sensors: Sequence[Sensor], **kwargs) -> Dict[str, Any]:
+def save_grad(path: PathLike, sensors: Sequence[Sensor], *, inputs: Iterable[PathLike] = (),
+              **kwargs) -> Dict[str, Any]:
     """Writes `to_grad(sensors, **kwargs)` as the variable `grad` of a .mat
-    file (MATLAB 5 format, scipy.io.savemat), and returns it."""
+    file (MATLAB 5 format, scipy.io.savemat) named `path` as given, and
+    returns it.
+
+    The file is written whole or not at all (a temporary file beside it,
+    renamed over it): an existing file keeps its content when the grad is
+    refused or the write fails. A `path` that is a folder, or the same file as one of `inputs`,
+    raises `fluxgrid.ExportError`."""
     from scipy.io import savemat
 
     grad = to_grad(sensors, **kwargs)
-    savemat(os.fspath(path), {"grad": grad}, oned_as="column")
+    with replacing(path, inputs=inputs) as temporary, open(temporary, "wb") as out:
+        # A file object, so that no ".mat" is appended to the name given.
+        savemat(out, {"grad": grad}, oned_as="column")
     return grad

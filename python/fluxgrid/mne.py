@@ -109,6 +109,7 @@ def to_info(
     sfreq: float = 1000.0,
     opm_coil_type: int = POINT_MAGNETOMETER,
     check: bool = True,
+    rename_duplicates: bool = False,
 ):
     """The measurement info of `sensors`, one channel each, in order.
 
@@ -134,6 +135,10 @@ def to_info(
     The sensors, and fiducials of a HeadLocalization along the sensors'
     axes, first go through `fluxgrid.check` in `frame` and `unit`: a set
     with errors raises `fluxgrid.GeometryError`, unless `check` is False.
+    Checked or not, `fluxgrid.ExportError` refuses no sensor at all, an MEG
+    or reference channel with no element in use, a position that is not
+    finite, fiducials that give no head frame, and names shared by several
+    channels, unless `rename_duplicates` renames them as MNE does.
     """
     import mne
     from mne.io.constants import FIFF
@@ -141,8 +146,9 @@ def to_info(
     sensor_frame = geometry.Frame(axes, unit)
     if check:
         check_for_export(sensors, frame=frame, axes=axes, unit=unit, fiducials=fiducials,
-                         fiducial_axes=fiducial_axes, fiducial_unit=fiducial_unit)
-    channels = _channels(sensors, frame, sensor_frame)
+                         fiducial_axes=fiducial_axes, fiducial_unit=fiducial_unit,
+                         rename_duplicates=rename_duplicates)
+    channels = geometry.export_channels(sensors, frame, sensor_frame, rename_duplicates)
     info = mne.create_info([ch.name for ch in channels], sfreq,
                            [_MNE_TYPE[ch.kind] for ch in channels])
     coil_types = _coil_types(channels)

@@ -145,6 +145,21 @@ TEST_F(HeadRules, EarPointsCloserThan50MillimetresAreAnError) {
     EXPECT_TRUE(holds(finding.message, "the ear points lie 40 mm apart (limit 50 mm)"));
 }
 
+// Ear points at one point, or a nasion on their line, give no head frame.
+TEST_F(HeadRules, EarPointsAtOnePointAreAnError) {
+    setFiducials(head, {0, 80, -10}, {40, 0, -20}, {40, 0, -20});
+    const Finding finding = only(check(), "ears-too-close");
+    EXPECT_EQ(finding.severity, Severity::error);
+    EXPECT_TRUE(holds(finding.message, "the ear points lie 0 mm apart (limit 50 mm)"));
+}
+
+TEST_F(HeadRules, ANasionExactlyOnTheLineThroughTheEarsIsAnError) {
+    setFiducials(head, {35, 0, -20}, {-70, 0, -20}, {70, 0, -20});
+    const Finding finding = only(check(), "nasion-on-ear-line");
+    EXPECT_TRUE(
+        holds(finding.message, "the nasion lies 0 mm from the line through the ear points"));
+}
+
 TEST_F(HeadRules, EarPointsFartherApartThan200MillimetresAreAWarning) {
     setFiducials(head, {0, 80, -10}, {-115, 0, -20}, {115, 0, -20});
     const Finding finding = only(checkAlone(), "ear-distance-unusual");
