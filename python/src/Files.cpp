@@ -36,6 +36,7 @@ const char* errorClassOf(FileFailure failure) {
         case FileFailure::tooLarge:
         case FileFailure::readError:
         case FileFailure::writeError:
+        case FileFailure::changed:
             break;
     }
     return "Error";

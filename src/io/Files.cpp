@@ -30,13 +30,19 @@ struct FailureNames {
 
 // In the order of `FileFailure`.
 constexpr FailureNames kFailureNames[] = {
-    {"missing", "missing"},     {"not-regular-file", "not a regular file"},
-    {"too-large", "too large"}, {"read-error", "read error"},
-    {"bad-magic", "bad magic"}, {"refused-version", "refused version"},
-    {"truncated", "truncated"}, {"refused", "refused"},
-    {"corrupt", "corrupt"},     {"write-error", "write error"},
+    {"missing", "missing"},
+    {"not-regular-file", "not a regular file"},
+    {"too-large", "too large"},
+    {"read-error", "read error"},
+    {"bad-magic", "bad magic"},
+    {"refused-version", "refused version"},
+    {"truncated", "truncated"},
+    {"refused", "refused"},
+    {"corrupt", "corrupt"},
+    {"write-error", "write error"},
+    {"changed", "changed since it was read"},
 };
-static_assert(std::size(kFailureNames) == static_cast<std::size_t>(FileFailure::writeError) + 1);
+static_assert(std::size(kFailureNames) == static_cast<std::size_t>(FileFailure::changed) + 1);
 
 const FailureNames& namesOf(FileFailure failure) {
     return kFailureNames[static_cast<std::size_t>(failure)];
