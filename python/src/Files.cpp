@@ -40,6 +40,7 @@ const char* errorClassOf(FileFailure failure) {
             return "WriteError";
         case FileFailure::notRegularFile:
         case FileFailure::tooLarge:
+        case FileFailure::changed:
             break;
     }
     return "Error";

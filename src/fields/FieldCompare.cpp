@@ -18,13 +18,20 @@ class Differ {
     Differ(std::vector<std::string>& out, Body body, std::string prefix = {})
         : m_out(out), m_body(body), m_prefix(std::move(prefix)) {}
 
+    // A path is built only for a value that differs: comparing a file with
+    // its own stored copy, most never do, and building the name of every
+    // number cost more than comparing them.
     template <class T>
     void value(std::string_view name, const T& a, const T& b, Filed filed) {
         if (filed.whole(m_body)) {
-            leaf(path(name), a, b);
+            if (!same(a, b)) {
+                leaf(path(name), a, b);
+            }
         } else if (filed.firstRow(m_body)) {
             if constexpr (std::is_array_v<T>) {
-                leaf(path(name) + "[0]", a[0], b[0]);
+                if (!same(a[0], b[0])) {
+                    leaf(path(name) + "[0]", a[0], b[0]);
+                }
             }
         }
     }
@@ -139,21 +146,34 @@ class Differ {
         visitFieldPairs(a, b, inner);
     }
 
-    void leaf(const std::string& where, double a, double b) {
-        if (std::bit_cast<std::uint64_t>(a) != std::bit_cast<std::uint64_t>(b)) {
-            m_out.push_back(where);
-        }
+    // Doubles are the same bit for bit; everything else by its ==.
+    static bool same(double a, double b) {
+        return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
     }
     template <class T>
+    requires(!std::is_array_v<T>) static bool same(const T& a, const T& b) { return a == b; }
+    template <class T, std::size_t N>
+    static bool same(const T (&a)[N], const T (&b)[N]) {
+        for (std::size_t i = 0; i < N; ++i) {
+            if (!same(a[i], b[i])) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    template <class T>
     requires(!std::is_array_v<T>) void leaf(const std::string& where, const T& a, const T& b) {
-        if (!(a == b)) {
+        if (!same(a, b)) {
             m_out.push_back(where);
         }
     }
     template <class T, std::size_t N>
     void leaf(const std::string& where, const T (&a)[N], const T (&b)[N]) {
         for (std::size_t i = 0; i < N; ++i) {
-            leaf(where + index(i), a[i], b[i]);
+            if (!same(a[i], b[i])) {
+                leaf(where + index(i), a[i], b[i]);
+            }
         }
     }
 

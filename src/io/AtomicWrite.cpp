@@ -194,6 +194,16 @@ FileResult<std::size_t> writeInto(const fs::path& path, std::span<const BYTE> by
     return bytes.size();
 }
 
+FileStamp stampOf(const struct stat& status) {
+    FileStamp stamp;
+    stamp.device = static_cast<std::uint64_t>(status.st_dev);
+    stamp.inode = static_cast<std::uint64_t>(status.st_ino);
+    stamp.size = static_cast<std::uint64_t>(status.st_size);
+    stamp.modifiedSeconds = static_cast<std::int64_t>(status.st_mtim.tv_sec);
+    stamp.modifiedNanoseconds = static_cast<std::int64_t>(status.st_mtim.tv_nsec);
+    return stamp;
+}
+
 // One file of a batch, written to its temporary and waiting for the flush.
 struct Staged {
     fs::path path;
@@ -203,7 +213,28 @@ struct Staged {
     std::size_t size = 0;
     /// Written straight into a device or FIFO: nothing is left to do.
     bool done = false;
+    /// The stamp the target must still have at the rename, if any.
+    std::optional<FileStamp> unchanged;
 };
+
+// Whether the target of `staged` may be replaced: it has the stamp asked
+// for, if any. Checked just before the rename, the last moment there is.
+bool stillAsRead(const Staged& staged) {
+    if (!staged.unchanged) {
+        return true;
+    }
+    struct stat status {};
+    return ::fstatat(staged.folder, staged.targetName.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISREG(status.st_mode) && stampOf(status) == *staged.unchanged;
+}
+
+FileError changedFailure(const fs::path& path) {
+    FileError failure;
+    failure.failure = FileFailure::changed;
+    failure.file = path.string();
+    failure.message = "changed by another program since it was read";
+    return failure;
+}
 
 // Closes and removes the temporary of `staged`; it is then off the list.
 void discard(Staged& staged) {
@@ -271,11 +302,13 @@ AtomicWriteBatch::~AtomicWriteBatch() {
 }
 
 FileResult<std::size_t> AtomicWriteBatch::add(const std::filesystem::path& path,
-                                              std::span<const BYTE> bytes) {
+                                              std::span<const BYTE> bytes,
+                                              const std::optional<FileStamp>& unchanged) {
     const WriteFault fault = currentFault();
     Staged staged;
     staged.path = path;
     staged.size = bytes.size();
+    staged.unchanged = unchanged;
     // The kernel's own view, which also resolves /dev/stdout and the like.
     struct stat status {};
     if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
@@ -329,6 +362,7 @@ std::vector<FileResult<std::size_t>> AtomicWriteBatch::commit() {
     State& state = *m_state;
     const std::lock_guard<std::mutex> lock(state.mutex);
     std::vector<int> errors(state.staged.size(), 0);
+    std::vector<bool> changed(state.staged.size(), false);
     // Many files: one flush of each file system writes them all (and
     // reports the errors of its write-back since the folder was opened).
     // Where that fails, and for a single file, each file is flushed alone.
@@ -365,6 +399,11 @@ std::vector<FileResult<std::size_t>> AtomicWriteBatch::commit() {
             error = errno;
         }
         staged.temporary.fd = -1;
+        if (error == 0 && !stillAsRead(staged)) {
+            changed[i] = true;
+            discard(staged);
+            continue;
+        }
         if (error == 0 && ::renameat(staged.folder, staged.temporary.name.c_str(), staged.folder,
                                      staged.targetName.c_str()) != 0) {
             error = errno;
@@ -384,7 +423,9 @@ std::vector<FileResult<std::size_t>> AtomicWriteBatch::commit() {
     results.reserve(state.staged.size());
     for (std::size_t i = 0; i < state.staged.size(); ++i) {
         const Staged& staged = state.staged[i];
-        if (errors[i] != 0) {
+        if (changed[i]) {
+            results.emplace_back(changedFailure(staged.path));
+        } else if (errors[i] != 0) {
             results.emplace_back(writeFailure(staged.path, "cannot write", errors[i]));
         } else {
             results.emplace_back(staged.size);
@@ -393,6 +434,14 @@ std::vector<FileResult<std::size_t>> AtomicWriteBatch::commit() {
     state.staged.clear();
     state.closeFolders();
     return results;
+}
+
+std::optional<FileStamp> fileStamp(const std::filesystem::path& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return stampOf(status);
 }
 
 void setWriteFault(const WriteFault& fault) {

@@ -30,13 +30,19 @@ struct FailureNames {
 
 // In the order of `FileFailure`.
 constexpr FailureNames kFailureNames[] = {
-    {"missing", "missing"},     {"not-regular-file", "not a regular file"},
-    {"too-large", "too large"}, {"read-error", "read error"},
-    {"bad-magic", "bad magic"}, {"refused-version", "refused version"},
-    {"truncated", "truncated"}, {"refused", "refused"},
-    {"corrupt", "corrupt"},     {"write-error", "write error"},
+    {"missing", "missing"},
+    {"not-regular-file", "not a regular file"},
+    {"too-large", "too large"},
+    {"read-error", "read error"},
+    {"bad-magic", "bad magic"},
+    {"refused-version", "refused version"},
+    {"truncated", "truncated"},
+    {"refused", "refused"},
+    {"corrupt", "corrupt"},
+    {"write-error", "write error"},
+    {"changed", "changed since it was read"},
 };
-static_assert(std::size(kFailureNames) == static_cast<std::size_t>(FileFailure::writeError) + 1);
+static_assert(std::size(kFailureNames) == static_cast<std::size_t>(FileFailure::changed) + 1);
 
 const FailureNames& namesOf(FileFailure failure) {
     return kFailureNames[static_cast<std::size_t>(failure)];
@@ -259,17 +265,22 @@ FileError tooLarge(std::string_view name, std::uintmax_t maxBytes) {
 }
 
 // Reads up to `limit` bytes; `limit + 1` tells a file that grew past it.
+// The `expected` bytes of a regular file and one more (its end, or a sign
+// that it grew) are asked for at once: a chunk of fixed size would be
+// cleared in memory for every file, however small.
 FileResult<std::vector<BYTE>> readUpTo(int fd, std::uintmax_t limit, std::uintmax_t expected,
                                        std::string_view name) {
     constexpr std::size_t kChunk = 1 << 16;
     std::vector<BYTE> bytes;
-    bytes.reserve(static_cast<std::size_t>(std::min(expected, limit)));
+    bytes.reserve(static_cast<std::size_t>(std::min(expected + 1, limit)));
     for (;;) {
         const std::uintmax_t room = limit - bytes.size();
         if (room == 0) {
             break;
         }
-        const std::size_t wanted = static_cast<std::size_t>(std::min<std::uintmax_t>(kChunk, room));
+        const std::uintmax_t piece =
+            bytes.size() <= expected ? expected + 1 - bytes.size() : kChunk;
+        const std::size_t wanted = static_cast<std::size_t>(std::min(piece, room));
         const std::size_t before = bytes.size();
         bytes.resize(before + wanted);
         const ssize_t n = ::read(fd, bytes.data() + before, wanted);

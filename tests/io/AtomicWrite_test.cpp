@@ -17,6 +17,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -310,6 +311,118 @@ TEST(AtomicWriteBatch, BatchDroppedBeforeTheCommitLeavesEveryTargetAsItWas) {
     }
     EXPECT_EQ(namesIn(dir.path()), std::set<std::string>{"old.bin"});
     EXPECT_EQ(dir.read("old.bin"), someBytes(5));
+}
+
+// How another program may change a file between its read and the rename
+// over it: each must keep the write from replacing the file.
+enum class Change { rewritten, replaced, touched, removed };
+
+void change(const ScratchDir& dir, const std::string& name, Change how) {
+    const fs::path path = dir.path() / name;
+    switch (how) {
+        case Change::rewritten:
+            dir.write(name, someBytes(7, 9));
+            break;
+        case Change::replaced:
+            // Same bytes and size, but another file renamed over it.
+            dir.write("other.bin", dir.read(name));
+            fs::rename(dir.path() / "other.bin", path);
+            break;
+        case Change::touched: {
+            // Same file, same bytes, a modification time of its own.
+            const struct timespec times[2] = {{1, 0}, {123456789, 42}};
+            ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+            break;
+        }
+        case Change::removed:
+            fs::remove(path);
+            break;
+    }
+}
+
+std::string changeName(Change how) {
+    switch (how) {
+        case Change::rewritten:
+            return "Rewritten";
+        case Change::replaced:
+            return "Replaced";
+        case Change::touched:
+            return "Touched";
+        case Change::removed:
+            break;
+    }
+    return "Removed";
+}
+
+class AtomicWriteBatchUnchanged : public testing::TestWithParam<Change> {};
+
+TEST_P(AtomicWriteBatchUnchanged, FileChangedSinceItWasReadIsLeftAsTheOtherProgramMadeIt) {
+    const ScratchDir dir;
+    const std::string path = dir.write("read.bin", someBytes(50));
+    const std::optional<fluxgrid::FileStamp> read = fluxgrid::fileStamp(path);
+    ASSERT_TRUE(read.has_value());
+    AtomicWriteBatch batch;
+    ASSERT_TRUE(batch.add(path, someBytes(80, 1), read).ok());
+    change(dir, "read.bin", GetParam());
+    const std::optional<fluxgrid::FileStamp> changed = fluxgrid::fileStamp(path);
+    const auto results = batch.commit();
+    ASSERT_EQ(results.size(), 1u);
+    ASSERT_FALSE(results[0].ok());
+    EXPECT_EQ(results[0].error().failure, FileFailure::changed);
+    EXPECT_EQ(results[0].error().file, path);
+    EXPECT_EQ(results[0].error().message, "changed by another program since it was read");
+    // Nothing of the write is left: the file is what the other program
+    // made of it, and no temporary stays behind.
+    EXPECT_EQ(fluxgrid::fileStamp(path), changed);
+    if (GetParam() == Change::removed) {
+        EXPECT_TRUE(namesIn(dir.path()).empty());
+    } else {
+        EXPECT_EQ(namesIn(dir.path()), std::set<std::string>{"read.bin"});
+        EXPECT_NE(dir.read("read.bin"), someBytes(80, 1));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryChange, AtomicWriteBatchUnchanged,
+                         testing::Values(Change::rewritten, Change::replaced, Change::touched,
+                                         Change::removed),
+                         [](const testing::TestParamInfo<Change>& info) {
+                             return changeName(info.param);
+                         });
+
+TEST(AtomicWriteBatch, FileStillAsItWasReadIsReplacedAndOthersOfTheBatchToo) {
+    const ScratchDir dir;
+    const std::string kept = dir.write("kept.bin", someBytes(50));
+    const std::string changed = dir.write("changed.bin", someBytes(50));
+    AtomicWriteBatch batch;
+    ASSERT_TRUE(batch.add(kept, someBytes(80, 1), fluxgrid::fileStamp(kept)).ok());
+    ASSERT_TRUE(batch.add(changed, someBytes(80, 2), fluxgrid::fileStamp(changed)).ok());
+    ASSERT_TRUE(batch.add(dir.path() / "new.bin", someBytes(80, 3)).ok());
+    dir.write("changed.bin", someBytes(60, 4));
+    const auto results = batch.commit();
+    ASSERT_EQ(results.size(), 3u);
+    EXPECT_EQ(results[0].value(), 80u);
+    ASSERT_FALSE(results[1].ok());
+    EXPECT_EQ(results[1].error().failure, FileFailure::changed);
+    EXPECT_EQ(results[2].value(), 80u);
+    EXPECT_EQ(dir.read("kept.bin"), someBytes(80, 1));
+    EXPECT_EQ(dir.read("changed.bin"), someBytes(60, 4));
+    EXPECT_EQ(dir.read("new.bin"), someBytes(80, 3));
+    EXPECT_EQ(namesIn(dir.path()), (std::set<std::string>{"changed.bin", "kept.bin", "new.bin"}));
+}
+
+TEST(FileStamp, TellsDeviceInodeSizeAndModificationTimeThroughLinks) {
+    const ScratchDir dir;
+    const std::string path = dir.write("file.bin", someBytes(33));
+    fs::create_symlink("file.bin", dir.path() / "link");
+    const struct stat status = statusOf(path);
+    const std::optional<fluxgrid::FileStamp> stamp = fluxgrid::fileStamp(dir.path() / "link");
+    ASSERT_TRUE(stamp.has_value());
+    EXPECT_EQ(stamp->device, static_cast<std::uint64_t>(status.st_dev));
+    EXPECT_EQ(stamp->inode, static_cast<std::uint64_t>(status.st_ino));
+    EXPECT_EQ(stamp->size, 33u);
+    EXPECT_EQ(stamp->modifiedSeconds, status.st_mtim.tv_sec);
+    EXPECT_EQ(stamp->modifiedNanoseconds, status.st_mtim.tv_nsec);
+    EXPECT_EQ(fluxgrid::fileStamp(dir.path() / "missing"), std::nullopt);
 }
 
 TEST(AtomicWriteBatch, ManyThreadsAddAndAFailureStaysWithItsOwnFile) {

@@ -600,6 +600,7 @@ TEST(FileFailure, EveryFailureHasItsWord) {
     EXPECT_EQ(fluxgrid::failureWord(FileFailure::refused), "refused");
     EXPECT_EQ(fluxgrid::failureWord(FileFailure::corrupt), "corrupt");
     EXPECT_EQ(fluxgrid::failureWord(FileFailure::writeError), "write error");
+    EXPECT_EQ(fluxgrid::failureWord(FileFailure::changed), "changed since it was read");
 }
 
 TEST(LoadBytes, BoxesOfALoadNeverReachTheCallersHandlers) {

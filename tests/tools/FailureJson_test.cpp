@@ -45,6 +45,7 @@ TEST(ObjectJson, EveryFailureHasItsOwnCode) {
         {FileFailure::badMagic, "bad-magic"},  {FileFailure::refusedVersion, "refused-version"},
         {FileFailure::truncated, "truncated"}, {FileFailure::refused, "refused"},
         {FileFailure::corrupt, "corrupt"},     {FileFailure::writeError, "write-error"},
+        {FileFailure::changed, "changed"},
     };
     for (const auto& [failure, code] : codes) {
         EXPECT_EQ(fluxgrid::failureCode(failure), code);

@@ -329,6 +329,43 @@ TEST(ToolInputs, MaxSizeRefusesLargerFilesAndTakesSuffixes) {
     EXPECT_EQ(small.err, "fluxgrid: -: larger than the limit of 0 bytes\n");
 }
 
+TEST(ToolInputs, MaxSizeIsDecimalEvenWithLeadingZeros) {
+    // 010 is ten bytes, not eight: the sample coil (824 bytes) is refused
+    // with the limit in decimal.
+    const ChildRun run = tool({"info", "--max-size", "010", sample(kCoil)});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "fluxgrid: " + sample(kCoil) + ": larger than the limit of 10 bytes\n");
+    const ChildRun padded = tool({"info", "--max-size", "0824", sample(kCoil)});
+    EXPECT_EQ(padded.status, 0) << padded.err;
+}
+
+TEST(ToolInputs, MaxSizeSuffixesArePowersOf1024InEitherCase) {
+    const std::vector<std::pair<std::string, std::string>> sizes = {
+        {"1k", "1024"}, {"1K", "1024"}, {"2m", "2097152"}, {"2M", "2097152"}};
+    for (const auto& [size, bytes] : sizes) {
+        // /dev/zero as standard input goes on past the limit, which the
+        // refusal names.
+        const ChildRun run =
+            tool({"info", "--max-size", size, "-"},
+                 ChildStreams().input("/dev/zero").within(std::chrono::seconds(60)));
+        EXPECT_EQ(run.status, 1) << size;
+        EXPECT_EQ(run.err, "fluxgrid: -: larger than the limit of " + bytes + " bytes\n") << size;
+    }
+    for (const std::string size : {"1g", "1G", "1t", "1T"}) {
+        EXPECT_EQ(tool({"info", "--max-size", size, sample(kCoil)}).status, 0) << size;
+    }
+}
+
+TEST(ToolInputs, MaxSizeInHexOrWithAnUnknownSuffixIsBadUsage) {
+    for (const std::string size : {"0x10", "0X10", "1e3", "10KB", "10 K", "+10", "1P", "10.5",
+                                   "18446744073709551616", "17179869184G"}) {
+        const ChildRun run = tool({"info", "--max-size", size, sample(kCoil)});
+        EXPECT_EQ(run.status, 2) << size;
+        EXPECT_TRUE(run.err.find("expects a number of bytes") != std::string::npos)
+            << size << ": " << run.err;
+    }
+}
+
 TEST(ToolInputs, MaxSizeThatIsNoSizeIsBadUsage) {
     for (const std::string size : {"lots", "-5", "12 parsecs", ""}) {
         const ChildRun run = tool({"info", "--max-size", size, sample(kCoil)});
@@ -389,6 +426,9 @@ TEST(ToolInputs, JsonStaysValidForTextFieldsWithBrokenSurrogatesAndControls) {
 TEST(ToolInputs, EveryCommandWritingToAFullStandardOutputSaysSoAndFails) {
     ScratchDir scratch;
     const std::vector<std::vector<std::string>> commands = {
+        {"--version"},
+        {"--help"},
+        {"migrate", "--help"},
         {"info", sample(kCoil)},
         {"info", "--json", sample(kCoil)},
         {"info", "--json", sample(kCoil), sample("no-such-file.coil")},

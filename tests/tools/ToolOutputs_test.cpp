@@ -14,6 +14,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -432,6 +433,76 @@ INSTANTIATE_TEST_SUITE_P(InterruptAndTerminate, ToolMigrateSignals,
                          [](const testing::TestParamInfo<int>& info) {
                              return std::string(info.param == SIGINT ? "SIGINT" : "SIGTERM");
                          });
+
+// ---------------------------------------------------------------------------
+// migrate: other programs at work in the same folder
+
+// The run stops itself while it writes the temporary of a file it has
+// read; another program then writes a file of another version there. The
+// run must not put the migration of the old content over it.
+TEST(ToolMigrateOutputs, FileChangedBetweenItsReadAndItsRenameIsSkippedAndSaidSo) {
+    const ScratchDir dir;
+    const ScratchDir capture;
+    const std::string path = oldSensorIn(dir, "channel.sensor");
+    const StartedChild started(kTool,
+                               {"migrate", "--in-place", "--inject-write-fault", "stop:3000", path},
+                               capture.path() / "out", capture.path() / "err");
+    ASSERT_TRUE(started.waitUntilStopped());
+    const std::vector<BYTE> theirs = bytesOf(kData / "sensor-squid-20091117.sensor");
+    dir.write("channel.sensor", theirs);
+    ASSERT_EQ(::kill(started.pid(), SIGCONT), 0);
+    const ToolRun run = started.finish();
+    EXPECT_EQ(run.status, 3) << run.err;
+    EXPECT_EQ(run.err, "fluxgrid: " + path +
+                           ": changed by another program since it was read; skipped, left as "
+                           "that program made it\n");
+    EXPECT_EQ(run.out,
+              "0 migrated, 0 already current, 0 failed, 1 skipped as changed during "
+              "the run\n");
+    EXPECT_EQ(bytesOf(path), theirs);
+    EXPECT_EQ(namesIn(dir.path()), std::set<std::string>{"channel.sensor"});
+}
+
+// Another program moves the first file of the run over one that a later
+// batch migrates, while the run writes the first. The later one is another
+// input all the same, not a second way to the first one's target, and is
+// migrated; the first, gone from its name, is skipped.
+TEST(ToolMigrateOutputs, FileMovedOverALaterInputDuringTheRunIsNoSharedTarget) {
+    const ScratchDir dir;
+    const ScratchDir capture;
+    // One batch is 256 files: the first old, the rest already current and
+    // left alone, then an old one in the second batch.
+    std::vector<std::string> args = {"migrate", "--in-place",           "-j",
+                                     "1",       "--inject-write-fault", "stop:3000"};
+    const std::string first = oldSensorIn(dir, "channel-000.sensor");
+    args.push_back(first);
+    const std::vector<BYTE> current = bytesOf(kData / "sensor-squid-20200210.sensor");
+    for (int i = 1; i < 256; ++i) {
+        char name[32];
+        std::snprintf(name, sizeof name, "channel-%03d.sensor", i);
+        args.push_back(dir.write(name, current));
+    }
+    const std::string later = oldSensorIn(dir, "channel-256.sensor");
+    args.push_back(later);
+    const StartedChild started(kTool, args, capture.path() / "out", capture.path() / "err");
+    ASSERT_TRUE(started.waitUntilStopped());
+    fs::rename(first, later);
+    ASSERT_EQ(::kill(started.pid(), SIGCONT), 0);
+    // The later file's own write stops the run once more.
+    ASSERT_TRUE(started.waitUntilStopped());
+    ASSERT_EQ(::kill(started.pid(), SIGCONT), 0);
+    const ToolRun run = started.finish();
+    EXPECT_EQ(run.status, 3) << run.err;
+    EXPECT_EQ(run.err, "fluxgrid: " + first +
+                           ": changed by another program since it was read; skipped, left as "
+                           "that program made it\n");
+    const std::vector<std::string> lines = linesOf(run.out);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(),
+              "1 migrated, 255 already current, 0 failed, 1 skipped as changed during the run");
+    EXPECT_FALSE(fs::exists(first));
+    EXPECT_EQ(versionOf(later), kNewestSensorVersion);
+}
 
 // ---------------------------------------------------------------------------
 // migrate: many files at once

@@ -3,6 +3,7 @@
 // objects walked through the field table, the exporters over rows of
 // sensors and of tables, and the parsing of the injected write fault.
 #include "ChannelExport.h"
+#include "Inputs.h"
 #include "JsonWriter.h"
 #include "ObjectJson.h"
 #include "Output.h"
@@ -291,6 +292,31 @@ TEST(WriteFault, ParsesKillAndNoSpaceWithAByteCount) {
     for (const char* bad : {"kill", "kill:", "kill:-1", "kill:+1", "kill:1x", "crash:1", ":1",
                             "nospace:99999999999999999999999"}) {
         EXPECT_EQ(fluxgrid::tool::parseWriteFault(bad), std::nullopt) << bad;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// byte counts
+
+TEST(ByteCount, IsDecimalWithAnOptionalSuffixOfPowersOf1024) {
+    using fluxgrid::tool::parseByteCount;
+    constexpr std::uint64_t kKi = 1024;
+    EXPECT_EQ(parseByteCount("0"), 0u);
+    EXPECT_EQ(parseByteCount("010"), 10u);
+    EXPECT_EQ(parseByteCount("800"), 800u);
+    EXPECT_EQ(parseByteCount("64K"), 64 * kKi);
+    EXPECT_EQ(parseByteCount("64k"), 64 * kKi);
+    EXPECT_EQ(parseByteCount("3M"), 3 * kKi * kKi);
+    EXPECT_EQ(parseByteCount("2G"), 2 * kKi * kKi * kKi);
+    EXPECT_EQ(parseByteCount("5t"), 5 * kKi * kKi * kKi * kKi);
+    EXPECT_EQ(parseByteCount("18446744073709551615"), UINT64_MAX);
+    EXPECT_EQ(parseByteCount("16777215T"), (kKi * kKi * kKi * kKi) * 16777215);
+}
+
+TEST(ByteCount, RefusesHexSignsSpacesOtherSuffixesAndOverflow) {
+    for (const char* bad : {"", "K", "0x10", "0X1f", "1e3", "+1", "-1", " 1", "1 ", "1 K", "10KB",
+                            "1KiB", "1P", "1.5", "18446744073709551616", "16777216T", "lots"}) {
+        EXPECT_EQ(fluxgrid::tool::parseByteCount(bad), std::nullopt) << bad;
     }
 }
 

@@ -14,14 +14,15 @@ std::string exitStatusHelp() {
            "  2  bad usage\n";
 }
 
-std::string helpFooter(std::initializer_list<std::string_view> examples) {
+std::string helpFooter(std::initializer_list<std::string_view> examples,
+                       std::string_view moreStatuses) {
     std::string footer = examples.size() == 1 ? "Example:\n" : "Examples:\n";
     for (std::string_view example : examples) {
         footer += "  ";
         footer += example;
         footer += '\n';
     }
-    return footer + '\n' + exitStatusHelp();
+    return footer + '\n' + exitStatusHelp() + std::string(moreStatuses);
 }
 
 std::string unknownCommandLine(std::string_view parent, std::string_view given,

@@ -19,12 +19,17 @@ namespace fluxgrid::tool {
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
+/// `migrate` only: nothing failed, but files that another program changed
+/// during the run were skipped.
+constexpr int kSkipped = 3;
 
 /// The exit statuses in words, as every `--help` and the manual give them.
 std::string exitStatusHelp();
 
-/// The end of a command's `--help`: its examples, then the exit statuses.
-std::string helpFooter(std::initializer_list<std::string_view> examples);
+/// The end of a command's `--help`: its examples, then the exit statuses,
+/// with `moreStatuses` (lines of the command's own statuses) after them.
+std::string helpFooter(std::initializer_list<std::string_view> examples,
+                       std::string_view moreStatuses = {});
 
 /// The line that refuses `given` as a command under `parent` (a path such
 /// as "fluxgrid layout"), with the nearest of `known` and all of them.

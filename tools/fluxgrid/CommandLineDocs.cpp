@@ -126,13 +126,15 @@ std::string positionalItem(const CLI::Option& option) {
            '\n';
 }
 
-// The footer of a command without the exit statuses, which the page gives
-// once; as it stands, lines unfilled.
+// The footer of a command without the common exit statuses, which the page
+// gives once; the command's own statuses stay under their heading. As it
+// stands, lines unfilled.
 std::string examplesOf(const CLI::App& app) {
     std::string footer = app.get_footer();
-    const std::string statuses = exitStatusHelp();
-    if (footer.ends_with(statuses)) {
-        footer.erase(footer.size() - statuses.size());
+    const std::string common = exitStatusHelp();
+    if (const std::size_t statuses = footer.find(common); statuses != std::string::npos) {
+        const bool own = statuses + common.size() < footer.size();
+        footer.replace(statuses, common.size(), own ? common.substr(0, common.find('\n') + 1) : "");
     }
     while (!footer.empty() && footer.back() == '\n') {
         footer.pop_back();

@@ -12,10 +12,11 @@
 #include <fluxgrid/io/Files.h>
 
 #include <algorithm>
-#include <cctype>
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 namespace fluxgrid::tool {
 
@@ -190,13 +191,18 @@ int runInfo(const std::vector<std::string>& files, bool json, std::uintmax_t max
 
 namespace {
 
-// Sizes as CLI11 reads them: a number first, then an optional suffix.
+// A byte count in decimal with an optional suffix, handed on as its plain
+// decimal value: CLI11's own reading would take a leading zero for octal
+// and accept hex.
 CLI::Validator byteCount() {
     return CLI::Validator(
-        [](const std::string& text) {
-            return !text.empty() && std::isdigit(static_cast<unsigned char>(text.front()))
-                       ? std::string()
-                       : "expects a number of bytes, such as 800, 64K or 2G";
+        [](std::string& text) {
+            const std::optional<std::uint64_t> count = parseByteCount(text);
+            if (!count) {
+                return std::string("expects a number of bytes, such as 800, 64K or 2G");
+            }
+            text = std::to_string(*count);
+            return std::string();
         },
         "");
 }
@@ -224,10 +230,9 @@ Command addInfoCommand(CLI::App& app) {
                    "\"error\", \"boxes\", and \"kind\", \"magic\" and \"version\" where known; "
                    "a name that is not UTF-8 is also given whole in \"file_bytes\" as hex");
     info->add_option("--max-size", values->maxSize,
-                     "Refuse files and standard input larger than this (suffixes K, M, G: "
-                     "powers of 1024)")
-        ->check(byteCount())
-        ->transform(CLI::AsSizeValue(false).description(""))
+                     "Refuse files and standard input larger than this, in decimal (suffixes "
+                     "K, M, G, T in either case: powers of 1024)")
+        ->transform(byteCount())
         ->type_name("BYTES")
         ->default_str("1G");
     info->footer(helpFooter({"fluxgrid info --json examples/data/sensor-opm-20200210.sensor",

@@ -21,6 +21,7 @@
 #include <span>
 #include <thread>
 
+#include <malloc.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,12 +84,16 @@ void forEachIndex(std::size_t count, unsigned jobs, const std::function<void(std
     worker();
 }
 
-enum class Outcome { migrated, current, failed };
+// `skipped`: another program changed the file while the run worked on it.
+enum class Outcome { migrated, current, failed, skipped };
 
 // One file's migration: the bytes to write and where, or why it failed.
 struct Migration {
     Outcome outcome = Outcome::failed;
     std::string target;
+    /// The input as it was before it was read, for a file migrated over
+    /// itself: it is replaced only if it still is so.
+    std::optional<FileStamp> read;
     int fromVersion = 0;
     /// Empty for a current file that stays as it is.
     std::vector<BYTE> bytes;
@@ -112,11 +117,21 @@ Migration failure(FileError error) {
 // Loads the file and stores it as the newest version in memory, checked by
 // loading it back; everything up to the write.
 Migration prepare(const std::string& path, const std::string& target, bool toOtherFile) {
+    // Taken before the read, so that any later change by another program
+    // shows at the rename.
+    const std::optional<FileStamp> read = toOtherFile ? std::nullopt : fileStamp(path);
     // Through the sensor entry whatever the magic says, so that a file of
     // another kind is refused in the library's own words.
     FileResult<LoadedFile> loaded = loadFile(path, LoadOptions{.as = FileKind::sensor});
     if (!loaded) {
         return failure(loaded.error());
+    }
+    if (!toOtherFile && !read) {
+        // It came into being between the look and the read: another
+        // program is at work on it, and nothing tells what was read.
+        Migration skipped = failure(path, "changed by another program since it was read");
+        skipped.outcome = Outcome::skipped;
+        return skipped;
     }
     if (loaded->consumed < loaded->size) {
         return failure(path, std::to_string(loaded->size - loaded->consumed) +
@@ -128,6 +143,7 @@ Migration prepare(const std::string& path, const std::string& target, bool toOth
     migration.outcome = loaded->version == newest ? Outcome::current : Outcome::migrated;
     migration.fromVersion = loaded->version;
     migration.target = target;
+    migration.read = read;
     if (migration.outcome == Outcome::current && !toOtherFile) {
         return migration;
     }
@@ -166,7 +182,9 @@ Migration prepareCaught(const std::string& path, const std::string& target, bool
 }
 
 // What tells two targets apart: the file an existing one is, whatever the
-// links that lead to it; else the name.
+// links that lead to it; else the name. Taken for every target before the
+// run writes anything: a file that the run (or another program) replaces
+// frees its inode number for a new file, which must not then pass for it.
 std::string identityOf(const std::string& target) {
     struct stat status {};
     if (::stat(target.c_str(), &status) == 0) {
@@ -180,20 +198,30 @@ std::string targetOf(const std::string& path, const MigrateOptions& options) {
     return options.outDir ? (fs::path(*options.outDir) / fs::path(path).filename()).string() : path;
 }
 
+// The inputs whose target an earlier input of the run already has, which
+// are refused before any work.
+std::vector<char> sharedTargets(const std::vector<std::string>& files,
+                                const MigrateOptions& options) {
+    std::vector<char> shared(files.size(), 0);
+    std::set<std::string> targets;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        shared[i] = targets.insert(identityOf(targetOf(files[i], options))).second ? 0 : 1;
+    }
+    return shared;
+}
+
 // Migrates a batch of files: each is loaded, stored, checked and written
 // to its temporary by one of the jobs, and the batch then renames them all
-// into place after one shared flush. A file whose target an earlier input
-// of the run already has is refused before any work.
+// into place after one shared flush. `refused` marks the inputs whose
+// target an earlier input already has.
 std::vector<Migration> migrateBatch(std::span<const std::string> files,
-                                    const MigrateOptions& options, std::set<std::string>& targets,
+                                    const MigrateOptions& options, std::span<const char> refused,
                                     Progress& progress) {
     std::vector<Migration> migrations(files.size());
-    std::vector<bool> refused(files.size(), false);
     for (std::size_t i = 0; i < files.size(); ++i) {
-        const std::string target = targetOf(files[i], options);
-        if (!targets.insert(identityOf(target)).second) {
-            migrations[i] = failure(files[i], "another input already goes to " + target);
-            refused[i] = true;
+        if (refused[i]) {
+            migrations[i] =
+                failure(files[i], "another input already goes to " + targetOf(files[i], options));
         }
     }
     AtomicWriteBatch batch(WriteOptions{.breakHardLinks = options.breakHardLinks});
@@ -209,7 +237,8 @@ std::vector<Migration> migrateBatch(std::span<const std::string> files,
         if (migration.outcome == Outcome::failed || migration.bytes.empty()) {
             return;
         }
-        FileResult<std::size_t> added = batch.add(migration.target, migration.bytes);
+        FileResult<std::size_t> added =
+            batch.add(migration.target, migration.bytes, migration.read);
         if (added) {
             places[i] = *added;
         } else {
@@ -219,7 +248,11 @@ std::vector<Migration> migrateBatch(std::span<const std::string> files,
     std::vector<FileResult<std::size_t>> written = batch.commit();
     for (std::size_t i = 0; i < files.size(); ++i) {
         if (places[i] && !written[*places[i]]) {
-            migrations[i] = failure(files[i], written[*places[i]].error().message);
+            const FileError& error = written[*places[i]].error();
+            migrations[i] = failure(files[i], error.message);
+            if (error.failure == FileFailure::changed) {
+                migrations[i].outcome = Outcome::skipped;
+            }
         }
     }
     return migrations;
@@ -238,9 +271,22 @@ std::string lineOf(const std::string& path, const Migration& migration) {
     return line;
 }
 
+// Every file of a run allocates and frees the same few hundred kilobytes,
+// on several threads. By default glibc hands freed memory back to the
+// kernel after each file (brk, madvise, with a flush of every core's TLB)
+// and then faults it in again cleared: that took more time than the
+// migration itself. A run keeps what it freed for the next file.
+void keepFreedMemory() {
+    constexpr int kTrimThreshold = 256 << 20;
+    constexpr int kMmapThreshold = 32 << 20;
+    ::mallopt(M_TRIM_THRESHOLD, kTrimThreshold);
+    ::mallopt(M_MMAP_THRESHOLD, kMmapThreshold);
+}
+
 }  // namespace
 
 int runMigrate(const std::vector<std::string>& files, const MigrateOptions& options) {
+    keepFreedMemory();
     if (options.outDir) {
         std::error_code error;
         fs::create_directories(*options.outDir, error);
@@ -252,13 +298,14 @@ int runMigrate(const std::vector<std::string>& files, const MigrateOptions& opti
     }
     // Files of a batch are open together until their shared flush.
     constexpr std::size_t kBatchFiles = 256;
-    std::size_t counts[3] = {0, 0, 0};
-    std::set<std::string> targets;
+    std::size_t counts[4] = {0, 0, 0, 0};
+    const std::vector<char> refused = sharedTargets(files, options);
     Progress progress(files.size());
     for (std::size_t first = 0; first < files.size(); first += kBatchFiles) {
         const std::span<const std::string> batch(files.begin() + static_cast<std::ptrdiff_t>(first),
                                                  std::min(kBatchFiles, files.size() - first));
-        const std::vector<Migration> migrations = migrateBatch(batch, options, targets, progress);
+        const std::vector<Migration> migrations =
+            migrateBatch(batch, options, std::span(refused).subspan(first, batch.size()), progress);
         progress.clear();
         for (std::size_t i = 0; i < batch.size(); ++i) {
             const Migration& migration = migrations[i];
@@ -266,6 +313,9 @@ int runMigrate(const std::vector<std::string>& files, const MigrateOptions& opti
             if (migration.outcome == Outcome::failed) {
                 flushStandardOutput();
                 printFailure(migration.error, "; left untouched");
+            } else if (migration.outcome == Outcome::skipped) {
+                flushStandardOutput();
+                printFailure(migration.error, "; skipped, left as that program made it");
             } else {
                 std::printf("%s\n", lineOf(batch[i], migration).c_str());
             }
@@ -274,11 +324,19 @@ int runMigrate(const std::vector<std::string>& files, const MigrateOptions& opti
     }
     progress.clear();
     const std::size_t failed = counts[static_cast<int>(Outcome::failed)];
-    std::printf("%zu migrated, %zu already current, %zu failed\n",
+    const std::size_t skipped = counts[static_cast<int>(Outcome::skipped)];
+    std::printf("%zu migrated, %zu already current, %zu failed",
                 counts[static_cast<int>(Outcome::migrated)],
                 counts[static_cast<int>(Outcome::current)], failed);
+    if (skipped != 0) {
+        std::printf(", %zu skipped as changed during the run", skipped);
+    }
+    std::printf("\n");
     flushStandardOutput();
-    return failed == 0 ? 0 : 1;
+    if (failed != 0) {
+        return kFailed;
+    }
+    return skipped == 0 ? kDone : kSkipped;
 }
 
 namespace {
@@ -331,7 +389,9 @@ Command addMigrateCommand(CLI::App& app) {
     // crash ("kill:N") or a full disk ("nospace:N"), or stops the process
     // there ("stop:N") so that a test can signal it.
     migrate->add_option("--inject-write-fault", values->fault)->group("");
-    migrate->footer(helpFooter({"fluxgrid migrate --out-dir new old/*.sensor"}));
+    migrate->footer(helpFooter({"fluxgrid migrate --out-dir new old/*.sensor"},
+                               "  3  nothing failed, but files that another program changed "
+                               "during the run were skipped (each is named on standard error)\n"));
     // Runs once the whole command line is parsed and checked by CLI11, so
     // that its refusals come after CLI11's own.
     migrate->final_callback([values] { checkMigrateValues(*values); });

@@ -22,8 +22,11 @@ struct MigrateOptions {
 /// `jobs` at a time, in batches whose outputs share their flushes to the
 /// disk. A file that does not load or cannot be written is left untouched
 /// and reported on a line of its own, and the run goes on; an output is
-/// checked by loading it back before it is renamed into place. Prints a
-/// summary and returns the exit status: 1 when any file failed, else 0.
+/// checked by loading it back before it is renamed into place. A file
+/// migrated over itself is replaced only if it is still the file that was
+/// read; one that another program changed meanwhile is skipped and named.
+/// Prints a summary and returns the exit status: 1 when any file failed,
+/// else 3 when any was skipped, else 0.
 int runMigrate(const std::vector<std::string>& files, const MigrateOptions& options);
 
 }  // namespace fluxgrid::tool

@@ -41,6 +41,10 @@ bool flushStandardOutput() {
     return recordOutputState();
 }
 
+void noteStandardOutput() {
+    recordOutputState();
+}
+
 int finishStandardOutput() {
     if (flushStandardOutput()) {
         return 0;

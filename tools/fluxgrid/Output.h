@@ -30,6 +30,12 @@ int writeText(const std::string& text, const std::string& out);
 /// of the first failure is kept for `finishStandardOutput`.
 bool flushStandardOutput();
 
+/// Keeps the reason of a write to standard output that failed outside the
+/// tool's own code (CLI11 printing the help or the version), as errno
+/// stands after it: the caller clears errno before that code runs. A full
+/// disk is then named as such, not as an unknown error.
+void noteStandardOutput();
+
 /// Flushes standard output for the last time. Returns the exit status: 0,
 /// or 1 after printing "fluxgrid: error writing standard output: REASON"
 /// when any write to it failed (a full disk, a closed descriptor).

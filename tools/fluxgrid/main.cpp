@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <exception>
 #include <iostream>
 #include <optional>
@@ -74,7 +75,9 @@ int runCommandLine(int argc, char** argv) {
     } catch (const CLI::RuntimeError& e) {
         return e.get_exit_code();  // said why already
     } catch (const CLI::ParseError& e) {
+        errno = 0;
         const int code = app.exit(e);
+        noteStandardOutput();
         return code == 0 ? 0 : kUsage;
     }
 

@@ -64,13 +64,17 @@ enum class FileFailure {
     corrupt,
     /// The system refused to write it.
     writeError,
+    /// Another program changed or replaced it after it was read, so that a
+    /// write meant to replace what was read would lose that change.
+    changed,
 };
 
 /// The word for a failure: "missing", "not a regular file", ...
 std::string_view failureWord(FileFailure failure);
 /// The stable code of a failure, for machines: "missing",
 /// "not-regular-file", "too-large", "read-error", "bad-magic",
-/// "refused-version", "truncated", "refused", "corrupt" or "write-error".
+/// "refused-version", "truncated", "refused", "corrupt", "write-error" or
+/// "changed".
 std::string_view failureCode(FileFailure failure);
 
 /// A failure of the work on one file, with all that is known of it.
@@ -228,6 +232,24 @@ FileResult<LoadedFile> loadDescriptor(int fd, std::string_view name,
 template <FileObject T>
 FileResult<std::vector<BYTE>> storeBytes(T& object);
 
+/// What tells whether a file is still the one that was read: the same
+/// device and inode (not another file renamed over it), the same size and
+/// the same modification time (not written into since).
+struct FileStamp {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t size = 0;
+    std::int64_t modifiedSeconds = 0;
+    std::int64_t modifiedNanoseconds = 0;
+
+    bool operator==(const FileStamp&) const = default;
+};
+
+/// The stamp of the file that `path` names, through symbolic links; none
+/// when there is no such file. Taken before a file is read, it tells any
+/// change from then on.
+std::optional<FileStamp> fileStamp(const std::filesystem::path& path);
+
 /// How an atomic write treats the file that stands at its name.
 struct WriteOptions {
     /// Replace a file that has several hard links: the new content then
@@ -284,7 +306,15 @@ class AtomicWriteBatch {
     /// flush and the rename; a device or FIFO is written straight away.
     /// Returns the write's place among the results of `commit`, or its
     /// failure, after which nothing of it is left.
-    FileResult<std::size_t> add(const std::filesystem::path& path, std::span<const BYTE> bytes);
+    ///
+    /// With `unchanged`, the file is replaced only if it still has that
+    /// stamp when its turn to be renamed comes (a regular file that was
+    /// read before): a file that another program changed, replaced or
+    /// removed since is left as it then is, and its result is a `changed`
+    /// failure. What the system cannot rule out is a change in the moment
+    /// between that last look and the rename.
+    FileResult<std::size_t> add(const std::filesystem::path& path, std::span<const BYTE> bytes,
+                                const std::optional<FileStamp>& unchanged = std::nullopt);
 
     /// Flushes, renames and flushes the folders. One result per successful
     /// `add`, at its place: the bytes written, or the failure (the target
