@@ -16,7 +16,7 @@ import sys
 from pathlib import Path
 from typing import List, Optional
 
-from . import _geometry
+from . import _geometry, _import
 from ._check import check_for_export
 from ._errors import Error
 from ._files import read_headloc, read_sensor, sensor_paths
@@ -53,6 +53,7 @@ def _parser() -> argparse.ArgumentParser:
     export.add_argument("--no-check", action="store_true",
                         help="export even a set in which the geometry check finds errors")
     export.add_argument("-o", "--output", required=True, help="the file to write")
+    _import.add_parser(commands)
     return parser
 
 
@@ -67,6 +68,8 @@ def _sensor_files(inputs: List[str]) -> List[Path]:
 def main(argv: Optional[List[str]] = None) -> int:
     parser = _parser()
     args = parser.parse_args(argv)
+    if args.command == "import":
+        return _import.run(args)
     for axes, unit in ((args.axes, args.unit), (args.fiducial_axes, args.fiducial_unit)):
         try:
             _geometry.Frame(axes or args.axes, unit or args.unit)
