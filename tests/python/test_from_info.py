@@ -179,3 +179,25 @@ def test_the_import_command_writes_the_files_and_says_what_the_check_found(tmp_p
     bad = subprocess.run([sys.executable, "-m", "fluxgrid", "import", str(tmp_path / "none.fif"),
                           "-o", str(folder)], capture_output=True, text=True, check=False)
     assert bad.returncode == 1 and "none.fif" in bad.stderr
+
+
+@pytest.mark.parametrize("make", [builders.ctf275, builders.kit157])
+def test_our_own_definitions_of_the_coils_give_mnes_forward_too(make):
+    """With MNE's coil type dropped from the records, to_info defines the
+    gradiometers from their coils alone; the forward still agrees."""
+    info = make()
+    sensors = fm.from_info(info).sensors
+    for s in sensors:
+        flags = s.hardware.auxFlags
+        flags[0] = 0
+        s.hardware.auxFlags = flags
+    ours_info = fm.to_info(sensors)
+    assert all(ch["coil_type"] in fm.COIL_TYPE_RANGE for ch in ours_info["chs"]
+               if ch["kind"] == 1)
+    original = info.copy()
+    with original._unlock():
+        for ch in original["chs"]:
+            ch["coil_type"] &= 0xFFFF
+    ours = forward(ours_info, sensors)
+    theirs = forward(original)
+    assert np.linalg.norm(ours - theirs) / np.linalg.norm(theirs) < 0.01
