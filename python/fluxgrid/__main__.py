@@ -7,6 +7,9 @@ among the inputs stands for the sensor files in it. A set that the
 geometry check finds errors in is refused, its errors printed, unless
 `--no-check` is given. Exit status: 0 when done, 1 when a file could not
 be read or written or the set was refused, 2 on bad usage.
+
+python3 -m fluxgrid import INFO_OR_RAW.fif -o FOLDER [--axes LSP --unit mm]
+makes sensor files from a FIF file's measurement info (see `_import`).
 """
 
 from __future__ import annotations

@@ -161,7 +161,8 @@ def _agrees(definition: CoilDef, loaded: dict) -> bool:
                 and np.allclose(normals, loaded["cosmag"], atol=1e-5))
 
 
-def check_in_force(definitions: Sequence[CoilDef], channel_names: Dict[CoilDef, Sequence[str]]) -> None:
+def check_in_force(definitions: Sequence[CoilDef],
+                   channel_names: Dict[CoilDef, Sequence[str]]) -> None:
     """Refuses, with a `fluxgrid.Error` naming a channel and the number,
     when the coil definitions MNE has in force define one of our numbers
     with another geometry than the channels'."""

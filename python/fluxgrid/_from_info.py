@@ -33,7 +33,8 @@ MEG_CH, REF_MEG_CH = 1, 301
 SQUID, OPM = 0, 1
 
 #: Sensor type codes: MEG and reference, for a SQUID and an OPM record.
-TYPE_CODES = {(MEG_CH, SQUID): 100, (REF_MEG_CH, SQUID): 10, (MEG_CH, OPM): 700, (REF_MEG_CH, OPM): 800}
+TYPE_CODES = {(MEG_CH, SQUID): 100, (REF_MEG_CH, SQUID): 10,
+              (MEG_CH, OPM): 700, (REF_MEG_CH, OPM): 800}
 
 #: Where a record keeps MNE's coil type.
 KEPT_COIL_TYPE = 0
@@ -162,7 +163,8 @@ def _headloc(info, axes: geometry.Frame) -> Optional[HeadLocalization]:
     from mne.io.constants import FIFF
     from mne.transforms import apply_trans, invert_transform
 
-    cardinal = {d["ident"]: d for d in (info["dig"] or []) if d["kind"] == FIFF.FIFFV_POINT_CARDINAL}
+    cardinal = {d["ident"]: d for d in (info["dig"] or [])
+                if d["kind"] == FIFF.FIFFV_POINT_CARDINAL}
     idents = (FIFF.FIFFV_POINT_NASION, FIFF.FIFFV_POINT_LPA, FIFF.FIFFV_POINT_RPA)
     if any(i not in cardinal for i in idents):
         return None
@@ -237,7 +239,8 @@ def kept_coil_type(sensor: Sensor, channel: geometry.Channel) -> Optional[int]:
         return None
     if loops == 2:
         baseline = shape.loops[1].offset - shape.loops[0].offset
-        if abs(abs(channel.baseline) - baseline) > 1e-6 or abs(channel.size - shape.loops[0].size) > 1e-6:
+        if (abs(abs(channel.baseline) - baseline) > 1e-6
+                or abs(channel.size - shape.loops[0].size) > 1e-6):
             return None
     return coil_type
 

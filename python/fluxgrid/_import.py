@@ -25,7 +25,8 @@ def add_parser(commands) -> None:
     """The `import` command among the subcommands of `python3 -m fluxgrid`."""
     parser = commands.add_parser(
         "import", help="sensor files and head localization from a FIF file's measurement info")
-    parser.add_argument("input", metavar="INFO_OR_RAW.fif", help="a FIF file MNE reads an info from")
+    parser.add_argument("input", metavar="INFO_OR_RAW.fif",
+                        help="a FIF file MNE reads an info from")
     parser.add_argument("-o", "--output", required=True, metavar="FOLDER",
                         help="the folder to write the files in (made if missing)")
     parser.add_argument("--axes", default="LSP",

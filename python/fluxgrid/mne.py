@@ -18,7 +18,7 @@ from typing import Dict, Iterator, List, Optional, Sequence
 
 from . import _coil_defs
 from . import _geometry as geometry
-from ._coil_defs import COIL_TYPE_RANGE  # noqa: F401 (the numbers of our coil types)
+from ._coil_defs import COIL_TYPE_RANGE  # noqa: F401 (our coil types' numbers)
 from ._check import check_for_export
 from ._from_info import Imported, from_info, kept_coil_type  # noqa: F401
 from ._fluxgrid import Sensor
