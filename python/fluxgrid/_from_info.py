@@ -137,8 +137,11 @@ def _sensor(ch: dict, shape: CoilShape, axes: geometry.Frame) -> Sensor:
     ez = loc[9:12] / np.linalg.norm(loc[9:12])
     units = geometry.UNITS_PER_METRE[axes.unit]
     to_frame = axes.matrix.T  # RAS to the frame: the inverse of a signed permutation
+    # The first loop at the channel's own point, as the channel's position
+    # means it; a definition's small offset of it (0.3 mm in some) stays
+    # with the coil type kept.
     for i, loop in enumerate(shape.loops):
-        pos = to_frame @ (loc[:3] + loop.offset * ez) * units
+        pos = to_frame @ (loc[:3] + (loop.offset - shape.loops[0].offset) * ez) * units
         s.setAcqSnsParam(hw, i, ch["ch_name"], tuple(pos), tuple(to_frame @ ez), code, 1, 1, 1, 1)
     record = s.hardware
     first = shape.loops[0].weight

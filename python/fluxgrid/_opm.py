@@ -9,11 +9,12 @@ the sphere fitted to the array is its radial one, the others tangential.
 
 from __future__ import annotations
 
-from typing import Dict, List, NamedTuple
+from typing import Dict, List, NamedTuple, Optional
 
 import numpy as np
 
 from ._errors import Error
+from ._fluxgrid import flatten
 
 #: Channels of one sensor lie within this distance (metres) ...
 SAME_POINT = 1e-3
@@ -146,3 +147,51 @@ def hfc_projectors(info, *, order: int = 1) -> list:
         projs.append(mne.Projection(data=data, kind=1, desc=f"HFC order {order}: {k + 1}",
                                     active=False, explained_var=None))
     return projs
+
+
+def layout(info, *, axis: Optional[str] = None):
+    """An `mne.channels.Layout` of the MEG channels (of one axis, if
+    given) from the library's flattening of their positions about the
+    sphere fitted to the array, seen from above; the channels of one
+    sensor side by side, so that no two boxes overlap."""
+    import mne
+
+    if axis is not None and axis not in AXES:
+        raise ValueError(f"axis must be one of {', '.join(AXES)}, not {axis!r}")
+    found = sensor_axes(info)
+    every = _meg(info)
+    r = np.array([ch["loc"][:3] for ch in every])
+    centre = fit_sphere(r) if len(r) >= 4 else np.zeros(3)
+    chs = [ch for ch in every if axis is None or found[ch["ch_name"]].axis == axis]
+    groups: Dict[int, List[dict]] = {}
+    for ch in chs:
+        groups.setdefault(found[ch["ch_name"]].sensor, []).append(ch)
+    points = np.array([group[0]["loc"][:3] for group in groups.values()]) - centre
+    flat = flatten(points)
+    if len(flat) > 1:
+        gaps = np.linalg.norm(flat[:, None, :] - flat[None, :, :], axis=2)
+        np.fill_diagonal(gaps, np.inf)
+        spacing = float(gaps.min())
+    else:
+        spacing = 1.0
+    # Each sensor fills a square whose side keeps two squares apart at the
+    # closest sensors' spacing in any direction; its axes share the square.
+    side = 0.95 * spacing / np.sqrt(2.0)
+    widest = max(len(group) for group in groups.values())
+    step = side / widest
+    width, height = 0.9 * step, side
+    names, boxes = [], []
+    for (u, v), group in zip(flat, groups.values()):
+        group = sorted(group, key=lambda ch: AXES.index(found[ch["ch_name"]].axis))
+        for k, ch in enumerate(group):
+            x = u + (k - (len(group) - 1) / 2.0) * step
+            names.append(ch["ch_name"])
+            boxes.append([x - width / 2.0, v - height / 2.0, width, height])
+    pos = np.array(boxes)
+    # Into the unit square, as MNE's own layouts are.
+    low = pos[:, :2].min(axis=0)
+    scale = float(np.max(pos[:, :2].max(axis=0) + pos[:, 2:].max(axis=0) - low))
+    pos[:, :2] = (pos[:, :2] - low) / scale
+    pos[:, 2:] /= scale
+    return mne.channels.Layout(box=(0.0, 1.0, 0.0, 1.0), pos=pos, names=names,
+                               ids=np.arange(1, len(names) + 1), kind="fluxgrid")

@@ -22,8 +22,8 @@ from ._coil_defs import COIL_TYPE_RANGE  # noqa: F401 (our coil types' numbers)
 from ._check import check_for_export
 from ._from_info import Imported, from_info, kept_coil_type  # noqa: F401
 from ._fluxgrid import Sensor
-from ._opm import SensorAxis, hfc_projectors, pick_axis, sensor_axes  # noqa: F401
-from ._layouts import layout
+from ._opm import SensorAxis, hfc_projectors, layout, pick_axis, sensor_axes  # noqa: F401
+from ._layouts import layout as _table
 
 #: MNE's point magnetometer, which MNE 1.3 defines at every accuracy.
 POINT_MAGNETOMETER = 2000
@@ -161,7 +161,7 @@ def layout_montage(name: str):
     left and right ear points."""
     import mne
 
-    table = layout(name)
+    table = _table(name)
     positions = dict(zip(table.names, table.pos_ras()))
     fiducials = {key: positions.pop(label, None)
                  for key, label in (("nasion", "FidNz"), ("lpa", "FidT9"), ("rpa", "FidT10"))}

@@ -133,7 +133,9 @@ def test_a_magnetometer_keeps_its_loop(tmp_path: Path):
     (sensor,) = fm.from_info(info).sensors
     assert sensor.hardware.totalCoils == 1
     assert sensor.hardware.coilDewar[0].coilArea > 0
-    assert fm.to_info([sensor], check=False)["chs"][0]["coil_type"] == 3022
+    back = fm.to_info([sensor], check=False)["chs"][0]
+    assert back["coil_type"] == 3022
+    np.testing.assert_allclose(back["loc"][:3], [0.0, 0.0, 0.1], atol=1e-9, rtol=0)
 
 
 def test_cardinal_points_give_a_head_localization_in_the_device_frame():

@@ -104,3 +104,48 @@ def test_topomap_of_each_axis_draws(triaxial, axis: str):
     image, _ = m.viz.plot_topomap(positions[:, 2], info, show=False)
     assert image is not None
     plt.close("all")
+
+
+def boxes_overlap(pos: np.ndarray) -> bool:
+    for i in range(len(pos)):
+        for j in range(i + 1, len(pos)):
+            a, b = pos[i], pos[j]
+            if (a[0] < b[0] + b[2] and b[0] < a[0] + a[2]
+                    and a[1] < b[1] + b[3] and b[1] < a[1] + a[3]):
+                return True
+    return False
+
+
+def test_the_layout_sets_the_axes_of_a_sensor_side_by_side(triaxial):
+    lay = fm.layout(triaxial)
+    assert sorted(lay.names) == sorted(triaxial["ch_names"])
+    assert not boxes_overlap(lay.pos)
+    assert lay.pos[:, :2].min() >= 0.0 and (lay.pos[:, :2] + lay.pos[:, 2:]).max() <= 1.0 + 1e-12
+    # The three channels of a sensor share a row, next to each other.
+    first = [lay.names.index(n) for n in ("OPM00Z", "OPM00X", "OPM00Y")]
+    assert np.ptp(lay.pos[first, 1]) == 0.0
+    radial = fm.layout(triaxial, axis="radial")
+    assert len(radial.names) == 30 and not boxes_overlap(radial.pos)
+
+
+def test_the_flattening_is_the_librarys():
+    import fluxgrid as fg
+
+    flat = fg._fluxgrid.flatten(np.array([[0.0, 0.0, 1.0], [1.0, 0.0, 0.0], [0.0, -2.0, 0.0]]))
+    # 90 degrees from the vertex lies at 90/108 of the unit circle.
+    np.testing.assert_allclose(flat, [[0, 0], [90 / 108, 0], [0, -90 / 108]], atol=1e-12)
+
+
+def test_topomap_on_the_side_by_side_layout_draws(triaxial):
+    m = mne()
+    import matplotlib
+
+    matplotlib.use("Agg")
+    import matplotlib.pyplot as plt
+
+    lay = fm.layout(triaxial)
+    centres = lay.pos[:, :2] + lay.pos[:, 2:] / 2.0
+    data = np.arange(len(lay.names), dtype=float)
+    image, _ = m.viz.plot_topomap(data, centres - 0.5, sphere=0.6, show=False)
+    assert image is not None
+    plt.close("all")
