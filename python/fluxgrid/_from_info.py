@@ -15,7 +15,7 @@ from __future__ import annotations
 
 import warnings
 from dataclasses import dataclass, field
-from typing import Dict, List, NamedTuple, Optional, Tuple
+from typing import Dict, List, NamedTuple, Optional, Sequence, Tuple
 
 import numpy as np
 
@@ -224,17 +224,23 @@ def from_info(info, *, axes: str = "LSP", unit: str = "mm",
     return Imported(sensors, _headloc(info, frame), max(grades, default=0), skipped)
 
 
-def kept_coil_type(sensor: Sensor, channel: geometry.Channel) -> Optional[int]:
-    """The MNE coil type kept in the sensor's record, while the channel's
-    geometry still agrees with MNE's definition of it (one loop, or two at
-    its baseline); otherwise None."""
+def kept_coil_types(sensors: Sequence[Sensor], channels: Sequence[geometry.Channel]
+                    ) -> List[Optional[int]]:
+    """For each sensor, the MNE coil type kept in its record while the
+    channel's geometry still agrees with MNE's definition of it (one loop,
+    or two at its baseline, of its size); otherwise None."""
+    definitions = _definitions()
+    return [_kept(s, ch, definitions) for s, ch in zip(sensors, channels)]
+
+
+def _kept(sensor: Sensor, channel: geometry.Channel, definitions: Dict[int, dict]) -> Optional[int]:
     record = sensor.hardware
-    if record is None:
+    if record is None or channel.kind not in ("meg", "ref"):
         return None
     coil_type = int(record.auxFlags[KEPT_COIL_TYPE])
     if coil_type <= 0:
         return None
-    shape = coil_shape(coil_type, _definitions().get(coil_type))
+    shape = coil_shape(coil_type, definitions.get(coil_type))
     if shape is None or shape.is_opm != (channel.hardware == "opm"):
         return None
     loops = 2 if channel.is_axial_gradiometer else 1
@@ -246,4 +252,3 @@ def kept_coil_type(sensor: Sensor, channel: geometry.Channel) -> Optional[int]:
                 or abs(channel.size - shape.loops[0].size) > 1e-6):
             return None
     return coil_type
-

@@ -20,7 +20,7 @@ from . import _coil_defs
 from . import _geometry as geometry
 from ._coil_defs import COIL_TYPE_RANGE  # noqa: F401 (our coil types' numbers)
 from ._check import check_for_export
-from ._from_info import Imported, from_info, kept_coil_type  # noqa: F401
+from ._from_info import Imported, from_info, kept_coil_types  # noqa: F401
 from ._fluxgrid import Sensor
 from ._opm import SensorAxis, hfc_projectors, layout, pick_axis, sensor_axes  # noqa: F401
 from ._layouts import layout as _table
@@ -126,12 +126,11 @@ def to_info(
         d: [ch.name for ch in channels if ch.is_axial_gradiometer and _coil_def(ch) == d]
         for d in coil_types})
     # MNE's readers edit the channels of a fresh info in place.
-    for sensor, ch, entry in zip(sensors, channels, info["chs"]):
+    for kept, ch, entry in zip(kept_coil_types(sensors, channels), channels, info["chs"]):
         entry["loc"][:] = ch.loc
         if ch.kind in ("meg", "ref"):
             entry["coord_frame"] = FIFF.FIFFV_COORD_DEVICE
             entry["unit"] = FIFF.FIFF_UNIT_T
-            kept = kept_coil_type(sensor, ch)
             if kept is not None:
                 entry["coil_type"] = kept
             elif ch.is_axial_gradiometer:
