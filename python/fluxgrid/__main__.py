@@ -22,6 +22,9 @@ an OUT that is a folder or one of the input files is refused.
 
 Exit status: 0 when done, 1 when a file could not be read or written or
 the set was refused, 2 on bad usage.
+
+python3 -m fluxgrid import INFO_OR_RAW.fif -o FOLDER [--axes LSP --unit mm]
+makes sensor files from a FIF file's measurement info (see `_import`).
 """
 
 from __future__ import annotations
@@ -31,7 +34,7 @@ import sys
 from pathlib import Path
 from typing import Any, List, Optional
 
-from . import _geometry
+from . import _geometry, _import
 from ._check import check_for_export
 from ._errors import Error, ExportError
 from ._files import read_headloc, read_sensor, replacing, sensor_paths
@@ -71,6 +74,7 @@ def _parser() -> argparse.ArgumentParser:
                         help="rename channels that share a name as MNE does (A-0, A-1) "
                         "instead of refusing them")
     export.add_argument("-o", "--output", required=True, help="the file to write")
+    _import.add_parser(commands)
     return parser
 
 
@@ -98,6 +102,8 @@ def _write_fif(path: str, info: Any, inputs: List[Path]) -> None:
 def main(argv: Optional[List[str]] = None) -> int:
     parser = _parser()
     args = parser.parse_args(argv)
+    if args.command == "import":
+        return _import.run(args)
     for axes, unit in ((args.axes, args.unit), (args.fiducial_axes, args.fiducial_unit)):
         try:
             _geometry.Frame(axes or args.axes, unit or args.unit)

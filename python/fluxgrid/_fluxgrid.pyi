@@ -523,6 +523,8 @@ def channel_type(code: int, *, opm: bool = False) -> ChannelType:
     """The meaning of a sensor type code. With `opm`, for a sensor that holds an OPM record, the codes of the OPM setup dialog are an MEG channel (700) and a reference (800)."""
 def channel_type_codes() -> List[int]:
     """Every type code with a name, in the order of the library's table."""
+def flatten(points: npt.NDArray[np.float64]) -> npt.NDArray[np.float64]:
+    """The library's flattening of (n, 3) points seen from the origin with +z as the vertex: (n, 2) azimuthal equidistant positions, the unit circle 108 degrees from the vertex."""
 def geometry_rules() -> List[GeometryRule]:
     """Every rule of the geometry check, in the order in which they run."""
 def layout_names() -> List[str]:

@@ -14,19 +14,16 @@ from __future__ import annotations
 import contextlib
 import os
 import tempfile
-from typing import Dict, Iterator, List, Optional, Sequence, Tuple
+from typing import Dict, Iterator, List, Optional, Sequence
 
-import numpy as np
-
+from . import _coil_defs
 from . import _geometry as geometry
+from ._coil_defs import COIL_TYPE_RANGE  # noqa: F401 (our coil types' numbers)
 from ._check import check_for_export
+from ._from_info import Imported, from_info, kept_coil_types  # noqa: F401
 from ._fluxgrid import Sensor
-from ._layouts import layout
-
-#: The first number of the coil types that this package defines for its
-#: axial gradiometers, clear of MNE's own types and of the 9999 of MNE's
-#: OPM example data.
-COIL_TYPE_BASE = 9500
+from ._opm import SensorAxis, hfc_projectors, layout, pick_axis, sensor_axes  # noqa: F401
+from ._layouts import layout as _table
 
 #: MNE's point magnetometer, which MNE 1.3 defines at every accuracy.
 POINT_MAGNETOMETER = 2000
@@ -38,47 +35,23 @@ def _channels(sensors: Sequence[Sensor], frame: str, axes: geometry.Frame) -> Li
     return [geometry.channel(s, frame, axes) for s in sensors]
 
 
-def _gradiometer_key(ch: geometry.Channel) -> Tuple[float, float, float]:
-    # Definitions are shared by channels whose geometry agrees to a micrometre.
-    return (round(ch.baseline, 6), round(ch.size, 6), round(ch.coils[1].weight, 6))
+def _coil_def(ch: geometry.Channel) -> _coil_defs.AxialGradiometer:
+    return _coil_defs.AxialGradiometer.of(ch.baseline, ch.size, ch.coils[1].weight)
 
 
-def _coil_types(channels: Sequence[geometry.Channel]) -> Dict[Tuple[float, float, float], int]:
-    keys = sorted({_gradiometer_key(ch) for ch in channels if ch.is_axial_gradiometer})
-    return {key: COIL_TYPE_BASE + i for i, key in enumerate(keys)}
-
-
-def _points(size: float, accuracy: int) -> List[Tuple[float, float, float]]:
-    """Integration points of a loop of diameter `size` in its own plane,
-    with their share of the loop: one point, four, or the seven of a
-    circle's quadrature."""
-    if accuracy == 0 or size <= 0:
-        return [(1.0, 0.0, 0.0)]
-    if accuracy == 1:
-        d = size / 4.0
-        return [(0.25, x, y) for x, y in ((d, d), (-d, d), (-d, -d), (d, -d))]
-    r = size / 2.0 * np.sqrt(2.0 / 3.0)
-    ring = [(0.125, r * np.cos(a), r * np.sin(a)) for a in np.arange(6) * np.pi / 3.0]
-    return [(0.25, 0.0, 0.0)] + ring
+def _coil_types(channels: Sequence[geometry.Channel]) -> Dict[_coil_defs.CoilDef, int]:
+    return _coil_defs.numbered(_coil_def(ch) for ch in channels if ch.is_axial_gradiometer)
 
 
 def coil_def_text(sensors: Sequence[Sensor], *, frame: str = "dewar", axes: str = "LSP",
                   unit: str = "mm") -> str:
     """MNE coil definitions of the axial gradiometers among `sensors`, one
-    type (from 9500 on) for each geometry: both coils along the normal, the
-    second at the baseline that `getCoilBaseLine` gives, weighted by the
-    turns, the loop's size from its area. The text of a coil_def.dat."""
+    type for each geometry, numbered by the geometry itself (see
+    `COIL_TYPE_RANGE`): both coils along the normal, the second at the
+    baseline that `getCoilBaseLine` gives, weighted by the turns, the
+    loop's size from its area. The text of a coil_def.dat."""
     channels = _channels(sensors, frame, geometry.Frame(axes, unit))
-    lines = ["# fluxgrid axial gradiometers: class id accuracy points size baseline description"]
-    for (baseline, size, weight), coil_type in _coil_types(channels).items():
-        for accuracy in (0, 1, 2):
-            points = _points(size, accuracy)
-            desc = f"fluxgrid axial gradiometer size = {size * 1e3:.2f} mm base = {baseline * 1e3:.2f} mm"
-            lines.append(f"2 {coil_type} {accuracy} {2 * len(points)} {size:.6e} {abs(baseline):.6e} \"{desc}\"")
-            for z, coil_weight in ((0.0, 1.0), (baseline, weight)):
-                for share, x, y in points:
-                    lines.append(f"{share * coil_weight:.4f} {x:.6e} {y:.6e} {z:.6e} 0.000 0.000 1.000")
-    return "\n".join(lines) + "\n"
+    return _coil_defs.definition_text(_coil_types(channels))
 
 
 @contextlib.contextmanager
@@ -124,7 +97,10 @@ def to_info(
     (`Sensor.channel_kind`, see `fluxgrid.channel_type`). OPM channels get
     `opm_coil_type` (MNE's point magnetometer unless told), two-coil SQUID
     channels an axial gradiometer type of `coil_def_text`, one-coil ones a
-    point magnetometer.
+    point magnetometer; a channel that `from_info` made keeps MNE's coil
+    type while its geometry agrees with it. When coil definitions are in force
+    (`use_coil_defs`, `mne.use_coil_def`) that give one of those types
+    another geometry than its channels have, `fluxgrid.Error` is raised.
 
     `fiducials` (a HeadLocalization, whose current set is taken, a
     FiducialSet, or a (3, 3) array: nasion, then the two ear points) in the
@@ -152,14 +128,19 @@ def to_info(
     info = mne.create_info([ch.name for ch in channels], sfreq,
                            [_MNE_TYPE[ch.kind] for ch in channels])
     coil_types = _coil_types(channels)
+    _coil_defs.check_in_force(list(coil_types), {
+        d: [ch.name for ch in channels if ch.is_axial_gradiometer and _coil_def(ch) == d]
+        for d in coil_types})
     # MNE's readers edit the channels of a fresh info in place.
-    for ch, entry in zip(channels, info["chs"]):
+    for kept, ch, entry in zip(kept_coil_types(sensors, channels), channels, info["chs"]):
         entry["loc"][:] = ch.loc
         if ch.kind in ("meg", "ref"):
             entry["coord_frame"] = FIFF.FIFFV_COORD_DEVICE
             entry["unit"] = FIFF.FIFF_UNIT_T
-            if ch.is_axial_gradiometer:
-                entry["coil_type"] = coil_types[_gradiometer_key(ch)]
+            if kept is not None:
+                entry["coil_type"] = kept
+            elif ch.is_axial_gradiometer:
+                entry["coil_type"] = coil_types[_coil_def(ch)]
             elif ch.hardware == "opm":
                 entry["coil_type"] = opm_coil_type
             else:
@@ -185,7 +166,7 @@ def layout_montage(name: str):
     left and right ear points."""
     import mne
 
-    table = layout(name)
+    table = _table(name)
     positions = dict(zip(table.names, table.pos_ras()))
     fiducials = {key: positions.pop(label, None)
                  for key, label in (("nasion", "FidNz"), ("lpa", "FidT9"), ("rpa", "FidT10"))}

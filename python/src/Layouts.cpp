@@ -2,6 +2,7 @@
 // rows, with the frame each table stands in.
 #include "Bindings.h"
 
+#include <fluxgrid/element/BscMagSns.h>
 #include <fluxgrid/tables/Layouts.h>
 
 #include <cstddef>
@@ -85,6 +86,24 @@ void bindLayouts(py::module_& m) {
         },
         "The names of the thirteen layout tables, EEG first, in the library's order.");
     m.def("_layout", &layout, py::arg("name"));
+    m.def(
+        "flatten",
+        [](const py::array_t<double, py::array::c_style | py::array::forcecast>& points) {
+            if (points.ndim() != 2 || points.shape(1) != 3) {
+                throw py::value_error("points must be an (n, 3) array");
+            }
+            const auto in = points.unchecked<2>();
+            py::array_t<double> flat({in.shape(0), py::ssize_t{2}});
+            auto out = flat.mutable_unchecked<2>();
+            for (py::ssize_t i = 0; i < in.shape(0); ++i) {
+                CBscMagSns::flatten3Dto2D(in(i, 0), in(i, 1), in(i, 2), out(i, 0), out(i, 1));
+            }
+            return flat;
+        },
+        py::arg("points"),
+        "The library's flattening of (n, 3) points seen from the origin with +z as the "
+        "vertex: (n, 2) azimuthal equidistant positions, the unit circle 108 degrees from "
+        "the vertex.");
     m.def(
         "axes_to_ras",
         [](const std::string& code) {
