@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr double kRecordGoal = 2.0;
+
 template <class Element>
 std::vector<BYTE> storedRecord() {
     Element element;
@@ -36,6 +38,7 @@ void store(benchmark::State& state) {
     }
     state.SetBytesProcessed(state.iterations() *
                             static_cast<int64_t>(storedRecord<Element>().size()));
+    state.counters["goal"] = kRecordGoal;
 }
 
 template <class Element>
@@ -49,6 +52,7 @@ void load(benchmark::State& state) {
         benchmark::DoNotOptimize(element.serializeqv(ar));
     }
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes.size()));
+    state.counters["goal"] = kRecordGoal;
 }
 
 template <class Element>

@@ -1,15 +1,30 @@
-// Head localization files with 10,000 and 100,000 steps in fiducialPA
-// through a memory archive, beside a plain copy of the same bytes. The
-// counter "per_entry" is the time per step: it stays flat as the count
-// grows when storing and loading cost is linear in the entries.
+// Head localization files with many steps in fiducialPA through a memory
+// archive, beside a plain copy of the same bytes. The counter "per_entry" is
+// the time per step: it stays flat as the count grows when storing and
+// loading cost is linear in the entries. The counts are 10^4, 10^5 and, when
+// FLUXGRID_BENCH_HEADLOC_ENTRIES asks for more (10^6 for an hour of
+// continuous localization, a file of 1.5 GB), that count too. The largest
+// file is also loaded from disk in a process of its own, for its peak
+// memory.
+#include "PeakLoad.h"
+
 #include <fluxgrid/headloc/HeadLocalization.h>
+#include <fluxgrid/io/Files.h>
 
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <string>
 #include <vector>
 
 namespace {
+
+constexpr double kLoadGoal = 3.0;
+constexpr double kStoreGoal = 2.0;
 
 void fillSteps(CHeadLocalizationqv& hl, int count) {
     for (int i = 0; i < count; ++i) {
@@ -36,17 +51,20 @@ std::vector<BYTE> storedFile(int count) {
     return file.Data();
 }
 
-void perEntry(benchmark::State& state, int count, std::size_t bytes) {
+void perEntry(benchmark::State& state, int count, std::size_t bytes, double goal) {
     state.SetItemsProcessed(state.iterations() * count);
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
     state.counters["per_entry"] = benchmark::Counter(
         count, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["entries"] = count;
+    if (goal > 0) {
+        state.counters["goal"] = goal;
+    }
 }
 
-template <int Count>
-void store(benchmark::State& state) {
+void store(benchmark::State& state, int count) {
     CHeadLocalizationqv hl;
-    fillSteps(hl, Count);
+    fillSteps(hl, count);
     std::size_t bytes = 0;
     for (auto _ : state) {
         CMemFile file;
@@ -55,12 +73,11 @@ void store(benchmark::State& state) {
         ar.Close();
         bytes = static_cast<std::size_t>(file.GetLength());
     }
-    perEntry(state, Count, bytes);
+    perEntry(state, count, bytes, kStoreGoal);
 }
 
-template <int Count>
-void load(benchmark::State& state) {
-    const std::vector<BYTE> bytes = storedFile(Count);
+void load(benchmark::State& state, int count) {
+    const std::vector<BYTE> bytes = storedFile(count);
     CMemFile file(bytes.data(), static_cast<UINT>(bytes.size()));
     CHeadLocalizationqv hl;
     for (auto _ : state) {
@@ -73,26 +90,77 @@ void load(benchmark::State& state) {
         hl.cleanFiducialPA();
         state.ResumeTiming();
     }
-    perEntry(state, Count, bytes.size());
+    perEntry(state, count, bytes.size(), kLoadGoal);
 }
 
-template <int Count>
-void copyBytes(benchmark::State& state) {
-    const std::vector<BYTE> bytes = storedFile(Count);
+void copyBytes(benchmark::State& state, int count) {
+    const std::vector<BYTE> bytes = storedFile(count);
     std::vector<BYTE> target(bytes.size());
     for (auto _ : state) {
         std::memcpy(target.data(), bytes.data(), bytes.size());
         benchmark::DoNotOptimize(target.data());
         benchmark::ClobberMemory();
     }
-    perEntry(state, Count, bytes.size());
+    perEntry(state, count, bytes.size(), 0.0);
 }
 
-BENCHMARK(store<10000>)->Name("headloc10k/store")->Unit(benchmark::kMillisecond);
-BENCHMARK(load<10000>)->Name("headloc10k/load")->Unit(benchmark::kMillisecond);
-BENCHMARK(copyBytes<10000>)->Name("headloc10k/memcpy")->Unit(benchmark::kMillisecond);
-BENCHMARK(store<100000>)->Name("headloc100k/store")->Unit(benchmark::kMillisecond);
-BENCHMARK(load<100000>)->Name("headloc100k/load")->Unit(benchmark::kMillisecond);
-BENCHMARK(copyBytes<100000>)->Name("headloc100k/memcpy")->Unit(benchmark::kMillisecond);
+// The peak memory of loading the file from disk, against twice the file
+// plus what the loaded objects keep.
+void peak(benchmark::State& state, int count) {
+    const auto path = std::filesystem::temp_directory_path() /
+                      ("fluxgrid-bench-" + std::to_string(::getpid()) + ".headloc");
+    {
+        CHeadLocalizationqv hl;
+        fillSteps(hl, count);
+        if (!fluxgrid::storeFile(path, hl)) {
+            state.SkipWithError("cannot store the file");
+            return;
+        }
+    }
+    PeakLoad measured;
+    bool ok = true;
+    for (auto _ : state) {
+        ok = measurePeakLoad(path.string(), measured);
+    }
+    std::filesystem::remove(path);
+    if (!ok) {
+        state.SkipWithError("the measuring process failed");
+        return;
+    }
+    constexpr double kMB = 1e6;
+    state.counters["file_MB"] = static_cast<double>(measured.fileBytes) / kMB;
+    state.counters["objects_MB"] = static_cast<double>(measured.objectBytes) / kMB;
+    state.counters["peak_MB"] = static_cast<double>(measured.peakBytes) / kMB;
+    state.counters["limit_MB"] =
+        static_cast<double>(2 * measured.fileBytes + measured.objectBytes) / kMB;
+    state.counters["load_s"] = measured.seconds;
+}
+
+int largestCount() {
+    const char* asked = std::getenv("FLUXGRID_BENCH_HEADLOC_ENTRIES");
+    const int count = asked != nullptr ? std::atoi(asked) : 0;
+    return count > 100000 ? count : 100000;
+}
+
+const bool registered = [] {
+    std::vector<int> counts = {10000, 100000};
+    if (largestCount() > counts.back()) {
+        counts.push_back(largestCount());
+    }
+    for (int count : counts) {
+        const std::string group = "headloc" + std::to_string(count);
+        benchmark::RegisterBenchmark((group + "/store").c_str(), store, count)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((group + "/load").c_str(), load, count)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((group + "/memcpy").c_str(), copyBytes, count)
+            ->Unit(benchmark::kMillisecond);
+    }
+    benchmark::RegisterBenchmark(
+        ("headloc" + std::to_string(counts.back()) + "/peakMemory").c_str(), peak, counts.back())
+        ->Iterations(1)
+        ->Unit(benchmark::kMillisecond);
+    return true;
+}();
 
 }  // namespace

@@ -1,19 +1,30 @@
 // Sensor files (version 20200210) through a memory archive, beside a plain
 // copy of the same bytes: one SQUID channel with its nested record and 24
 // coils, one OPM channel with its 24 vapor cells, and a whole array of 306
-// SQUID channels in one archive.
+// SQUID channels in one archive. The same array as 306 sensor files on
+// disk, loaded file by file, beside read(2) of those files' bytes into one
+// buffer: in FLUXGRID_BENCH_ARRAY_DIR when set (and left there, for
+// bench/python_bench.py), else in a temporary folder.
+#include <fluxgrid/io/Files.h>
 #include <fluxgrid/sensor/MEGSensor.h>
 
 #include <benchmark/benchmark.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace {
 
 constexpr int kArrayChannels = 306;
+constexpr double kRecordGoal = 2.0;
+constexpr double kFilesGoal = 1.5;
 
 // A channel as an acquisition host sets it up: a two-coil gradiometer or an
 // OPM cell, with positions, orientations and derived directions.
@@ -61,6 +72,7 @@ void storeChannel(benchmark::State& state, int hardwareType) {
     }
     state.SetBytesProcessed(state.iterations() *
                             static_cast<int64_t>(storedChannel(hardwareType).size()));
+    state.counters["goal"] = kRecordGoal;
 }
 
 void loadChannel(benchmark::State& state, int hardwareType) {
@@ -73,6 +85,7 @@ void loadChannel(benchmark::State& state, int hardwareType) {
         benchmark::DoNotOptimize(sensor.serializeqv(ar));
     }
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes.size()));
+    state.counters["goal"] = kRecordGoal;
 }
 
 void copyBytes(benchmark::State& state, const std::vector<BYTE>& bytes) {
@@ -109,10 +122,13 @@ std::vector<BYTE> storedArray(std::vector<CMEGSensorqv>& sensors) {
     return file.Data();
 }
 
-void countChannels(benchmark::State& state, std::size_t bytes) {
+void countChannels(benchmark::State& state, std::size_t bytes, double goal = kRecordGoal) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes));
     state.counters["channels/s"] = benchmark::Counter(
         static_cast<double>(state.iterations()) * kArrayChannels, benchmark::Counter::kIsRate);
+    if (goal > 0) {
+        state.counters["goal"] = goal;
+    }
 }
 
 void storeArray(benchmark::State& state) {
@@ -148,8 +164,96 @@ void copyArray(benchmark::State& state) {
     std::vector<CMEGSensorqv> sensors = makeArray();
     const std::vector<BYTE> bytes = storedArray(sensors);
     copyBytes(state, bytes);
-    state.counters["channels/s"] = benchmark::Counter(
-        static_cast<double>(state.iterations()) * kArrayChannels, benchmark::Counter::kIsRate);
+    countChannels(state, bytes.size(), 0.0);
+}
+
+// The array's files on disk, stored once for the whole run.
+class ArrayFolder {
+  public:
+    ArrayFolder() {
+        const char* asked = std::getenv("FLUXGRID_BENCH_ARRAY_DIR");
+        m_keep = asked != nullptr && *asked != '\0';
+        m_folder = m_keep ? std::filesystem::path(asked)
+                          : std::filesystem::temp_directory_path() /
+                                ("fluxgrid-bench-array-" + std::to_string(::getpid()));
+        std::filesystem::create_directories(m_folder);
+        std::vector<CMEGSensorqv> sensors = makeArray();
+        for (int channel = 0; channel < kArrayChannels; ++channel) {
+            const auto path = m_folder / ("MEG" + std::to_string(1000 + channel) + ".sensor");
+            if (!fluxgrid::storeFile(path, sensors[channel])) {
+                m_paths.clear();
+                return;
+            }
+            m_paths.push_back(path);
+            m_bytes += std::filesystem::file_size(path);
+        }
+    }
+    ArrayFolder(const ArrayFolder&) = delete;
+    ArrayFolder& operator=(const ArrayFolder&) = delete;
+    ~ArrayFolder() {
+        if (!m_keep) {
+            std::error_code ignored;
+            std::filesystem::remove_all(m_folder, ignored);
+        }
+    }
+
+    const std::vector<std::filesystem::path>& paths() const { return m_paths; }
+    std::size_t bytes() const { return m_bytes; }
+
+  private:
+    std::filesystem::path m_folder;
+    bool m_keep = false;
+    std::vector<std::filesystem::path> m_paths;
+    std::size_t m_bytes = 0;
+};
+
+const ArrayFolder& arrayFolder() {
+    static const ArrayFolder folder;
+    return folder;
+}
+
+void loadArrayFiles(benchmark::State& state) {
+    const ArrayFolder& folder = arrayFolder();
+    if (folder.paths().empty()) {
+        state.SkipWithError("cannot store the array's files");
+        return;
+    }
+    for (auto _ : state) {
+        for (const auto& path : folder.paths()) {
+            auto loaded = fluxgrid::loadFile(path);
+            if (!loaded) {
+                state.SkipWithError(loaded.error().describe().c_str());
+                return;
+            }
+            benchmark::DoNotOptimize(loaded->object);
+        }
+    }
+    countChannels(state, folder.bytes(), kFilesGoal);
+}
+
+// Opens each file and reads all its bytes with read(2), one behind the
+// other into one buffer.
+void readArrayFiles(benchmark::State& state) {
+    const ArrayFolder& folder = arrayFolder();
+    std::vector<BYTE> buffer(folder.bytes());
+    for (auto _ : state) {
+        std::size_t at = 0;
+        for (const auto& path : folder.paths()) {
+            const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+            if (fd < 0) {
+                state.SkipWithError("cannot open a file of the array");
+                return;
+            }
+            ssize_t got = 0;
+            while ((got = ::read(fd, buffer.data() + at, buffer.size() - at)) > 0) {
+                at += static_cast<std::size_t>(got);
+            }
+            ::close(fd);
+        }
+        benchmark::DoNotOptimize(buffer.data());
+        benchmark::ClobberMemory();
+    }
+    countChannels(state, folder.bytes(), 0.0);
 }
 
 BENCHMARK_CAPTURE(storeChannel, squid, 0)->Name("sensorSquid20200210/store");
@@ -161,5 +265,7 @@ BENCHMARK_CAPTURE(copyChannel, opm, 1)->Name("sensorOpm20200210/memcpy");
 BENCHMARK(storeArray)->Name("sensorArray306/store")->Unit(benchmark::kMillisecond);
 BENCHMARK(loadArray)->Name("sensorArray306/load")->Unit(benchmark::kMillisecond);
 BENCHMARK(copyArray)->Name("sensorArray306/memcpy")->Unit(benchmark::kMillisecond);
+BENCHMARK(loadArrayFiles)->Name("sensorFiles306/load")->Unit(benchmark::kMillisecond);
+BENCHMARK(readArrayFiles)->Name("sensorFiles306/read")->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -65,6 +65,12 @@ void CFiducialPtrArray::RemoveAll() {
     m_items.clear();
 }
 
+void CFiducialPtrArray::Reserve(INT_PTR count) {
+    if (count > 0) {
+        m_items.reserve(static_cast<std::size_t>(count));
+    }
+}
+
 std::size_t CFiducialPtrArray::checked(INT_PTR index) const {
     if (index < 0 || index >= GetSize()) {
         AfxThrowInvalidArgException();

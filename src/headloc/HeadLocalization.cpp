@@ -5,6 +5,7 @@
 #include <fluxgrid/platform/MessageBox.h>
 #include <fluxgrid/records/CoordinateProcess.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <new>
@@ -396,6 +397,12 @@ void CHeadLocalization09File::storeSection(CArchive& ar, const CFiducialPtrArray
 bool CHeadLocalization09File::loadSection(CArchive& ar, CFiducialPtrArray& list) {
     LONGLONG count = 0;
     ar >> count;
+    // Room from the count, but never for more entries than the bytes at
+    // hand can hold: a present entry takes its tag and three doubles at
+    // least, and a count may be anything.
+    constexpr std::size_t kPresentEntryBytes = 4 + 3 * 8;
+    const auto possible = static_cast<LONGLONG>(ar.WindowBytes() / kPresentEntryBytes);
+    list.Reserve(static_cast<INT_PTR>(list.GetSize() + std::min(count, possible)));
     for (LONGLONG i = 0; i < count; ++i) {
         int tag = 0;
         ar >> tag;

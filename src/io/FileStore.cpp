@@ -49,7 +49,7 @@ FileResult<std::vector<BYTE>> storeBytes(T& object) {
                                 " problem(s) while storing; the content cannot be trusted",
                             capture.take());
     }
-    return file.Data();
+    return file.Detach();
 }
 
 template <FileObject T>

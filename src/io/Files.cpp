@@ -157,7 +157,7 @@ FileResult<FileHeader> parseHeader(std::span<const BYTE> bytes, std::string_view
         return failureOf(FileFailure::tooLarge, name,
                          "larger than the limit of " + std::to_string(UINT_MAX) + " bytes");
     }
-    CMemFile file(bytes.data(), static_cast<UINT>(bytes.size()));
+    CMemViewFile file(bytes);
     CArchive ar(&file, CArchive::load);
     CString magic;
     try {
@@ -272,15 +272,20 @@ FileResult<std::vector<BYTE>> readUpTo(int fd, std::uintmax_t limit, std::uintma
                                        std::string_view name) {
     constexpr std::size_t kChunk = 1 << 16;
     std::vector<BYTE> bytes;
+    // Room for the byte past the measured size too, so that the buffer is
+    // never moved to a larger one to learn that the file ends.
     bytes.reserve(static_cast<std::size_t>(std::min(expected + 1, limit)));
     for (;;) {
         const std::uintmax_t room = limit - bytes.size();
         if (room == 0) {
             break;
         }
-        const std::uintmax_t piece =
-            bytes.size() <= expected ? expected + 1 - bytes.size() : kChunk;
-        const std::size_t wanted = static_cast<std::size_t>(std::min(piece, room));
+        // The size the file was measured at comes in one read, with one byte
+        // more that sees the end; a file that grew since, or one without a
+        // size, comes in pieces.
+        const std::uintmax_t wantedNow =
+            expected > 0 && expected >= bytes.size() ? expected - bytes.size() + 1 : kChunk;
+        const std::size_t wanted = static_cast<std::size_t>(std::min(wantedNow, room));
         const std::size_t before = bytes.size();
         bytes.resize(before + wanted);
         const ssize_t n = ::read(fd, bytes.data() + before, wanted);
@@ -355,7 +360,7 @@ FileResult<LoadedFile> loadAs(std::span<const BYTE> bytes, std::string_view name
         return error;
     };
 
-    CMemFile file(bytes.data(), static_cast<UINT>(bytes.size()));
+    CMemViewFile file(bytes);
     int result = 0;
     try {
         CArchive ar(&file, CArchive::load);

@@ -142,47 +142,80 @@ bool CFile::GetReadView(const BYTE*& /*first*/, const BYTE*& /*last*/) {
 
 void CFile::ConsumeReadView(UINT_PTR /*count*/) {}
 
+namespace {
+
+// Reading, seeking and viewing bytes in memory, shared by the file that
+// owns its bytes and the one that views someone else's.
+UINT readFrom(std::span<const BYTE> bytes, std::size_t& position, void* buffer, UINT count) {
+    const std::size_t available = bytes.size() - std::min(position, bytes.size());
+    const std::size_t taken = std::min<std::size_t>(count, available);
+    if (taken > 0) {
+        std::memcpy(buffer, bytes.data() + position, taken);
+    }
+    position += taken;
+    return static_cast<UINT>(taken);
+}
+
+ULONGLONG seekIn(std::size_t size, std::size_t& position, LONGLONG offset, UINT from,
+                 const CString& path) {
+    const LONGLONG base = from == CFile::begin     ? 0
+                          : from == CFile::current ? static_cast<LONGLONG>(position)
+                                                   : static_cast<LONGLONG>(size);
+    const LONGLONG target = base + offset;
+    if (target < 0) {
+        throw CFileException(CFileException::genericException, EINVAL, path);
+    }
+    position = static_cast<std::size_t>(target);
+    return position;
+}
+
+void viewOf(std::span<const BYTE> bytes, std::size_t position, const BYTE*& first,
+            const BYTE*& last) {
+    first = bytes.data() + std::min(position, bytes.size());
+    last = bytes.data() + bytes.size();
+}
+
+}  // namespace
+
 CMemFile::CMemFile(const BYTE* data, UINT size) : m_data(data, data + size) {}
 
 UINT CMemFile::Read(void* buffer, UINT count) {
-    const std::size_t available = m_data.size() - std::min(m_position, m_data.size());
-    const std::size_t taken = std::min<std::size_t>(count, available);
-    if (taken > 0) {
-        std::memcpy(buffer, m_data.data() + m_position, taken);
-    }
-    m_position += taken;
-    return static_cast<UINT>(taken);
+    return readFrom(m_data, m_position, buffer, count);
 }
 
 void CMemFile::Write(const void* buffer, UINT count) {
     if (count == 0) {
         return;
     }
-    const std::size_t end = m_position + count;
-    if (end > m_data.size()) {
-        m_data.resize(end);
+    const auto* in = static_cast<const BYTE*>(buffer);
+    if (m_position > m_data.size()) {
+        // Past the end: the gap reads as zeros.
+        m_data.resize(m_position);
     }
-    std::memcpy(m_data.data() + m_position, buffer, count);
-    m_position = end;
+    // What overlaps the content is overwritten; the rest is appended, so
+    // that the content grows geometrically and is never filled twice.
+    const std::size_t overlap = std::min<std::size_t>(count, m_data.size() - m_position);
+    if (overlap > 0) {
+        std::memcpy(m_data.data() + m_position, in, overlap);
+    }
+    m_data.insert(m_data.end(), in + overlap, in + count);
+    m_position += count;
 }
 
 ULONGLONG CMemFile::Seek(LONGLONG offset, UINT from) {
-    const LONGLONG base = from == begin     ? 0
-                          : from == current ? static_cast<LONGLONG>(m_position)
-                                            : static_cast<LONGLONG>(m_data.size());
-    const LONGLONG target = base + offset;
-    if (target < 0) {
-        throw CFileException(CFileException::genericException, EINVAL, m_path);
-    }
-    m_position = static_cast<std::size_t>(target);
-    return m_position;
+    return seekIn(m_data.size(), m_position, offset, from, m_path);
 }
 
 bool CMemFile::GetReadView(const BYTE*& first, const BYTE*& last) {
-    const std::size_t at = std::min(m_position, m_data.size());
-    first = m_data.data() + at;
-    last = m_data.data() + m_data.size();
+    viewOf(m_data, m_position, first, last);
     return true;
+}
+
+std::vector<BYTE> CMemFile::Detach() {
+    std::vector<BYTE> bytes = std::move(m_data);
+    m_data.clear();
+    m_position = 0;
+    return bytes;
 }
 
 void CMemFile::ConsumeReadView(UINT_PTR count) {
@@ -192,4 +225,25 @@ void CMemFile::ConsumeReadView(UINT_PTR count) {
 void CMemFile::SetLength(ULONGLONG length) {
     m_data.resize(length);
     m_position = std::min<std::size_t>(m_position, m_data.size());
+}
+
+UINT CMemViewFile::Read(void* buffer, UINT count) {
+    return readFrom(m_bytes, m_position, buffer, count);
+}
+
+void CMemViewFile::Write(const void* /*buffer*/, UINT /*count*/) {
+    throw CFileException(CFileException::accessDenied, EBADF, m_path);
+}
+
+ULONGLONG CMemViewFile::Seek(LONGLONG offset, UINT from) {
+    return seekIn(m_bytes.size(), m_position, offset, from, m_path);
+}
+
+bool CMemViewFile::GetReadView(const BYTE*& first, const BYTE*& last) {
+    viewOf(m_bytes, m_position, first, last);
+    return true;
+}
+
+void CMemViewFile::ConsumeReadView(UINT_PTR count) {
+    m_position += count;
 }

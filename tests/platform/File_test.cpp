@@ -213,4 +213,58 @@ TEST(CMemFile, SetLengthCutsAndKeepsPositionInside) {
     EXPECT_EQ(file.Data(), (std::vector<BYTE>{1, 2}));
 }
 
+TEST(CMemFile, WritesOverTheContentThenAppend) {
+    CMemFile file;
+    const BYTE first[] = {1, 2, 3, 4};
+    file.Write(first, 4);
+    file.Seek(2, CFile::begin);
+    const BYTE second[] = {7, 8, 9};
+    file.Write(second, 3);
+    EXPECT_EQ(file.Data(), (std::vector<BYTE>{1, 2, 7, 8, 9}));
+    EXPECT_EQ(file.GetPosition(), 5u);
+}
+
+TEST(CMemFile, WritingPastTheEndLeavesZerosInTheGap) {
+    CMemFile file;
+    file.Seek(2, CFile::begin);
+    const BYTE one = 5;
+    file.Write(&one, 1);
+    EXPECT_EQ(file.Data(), (std::vector<BYTE>{0, 0, 5}));
+}
+
+TEST(CMemFile, DetachHandsTheContentOverAndEmptiesTheFile) {
+    CMemFile file;
+    const BYTE bytes[] = {1, 2, 3};
+    file.Write(bytes, 3);
+    EXPECT_EQ(file.Detach(), (std::vector<BYTE>{1, 2, 3}));
+    EXPECT_EQ(file.GetLength(), 0u);
+    EXPECT_EQ(file.GetPosition(), 0u);
+}
+
+TEST(CMemViewFile, ReadsTheCallersBytesInPlace) {
+    const std::vector<BYTE> bytes = {10, 20, 30, 40};
+    CMemViewFile file(bytes);
+    const BYTE* first = nullptr;
+    const BYTE* last = nullptr;
+    ASSERT_TRUE(file.GetReadView(first, last));
+    EXPECT_EQ(first, bytes.data());
+    EXPECT_EQ(last, bytes.data() + bytes.size());
+    file.ConsumeReadView(1);
+    BYTE out[8] = {};
+    EXPECT_EQ(file.Read(out, 8), 3u);
+    EXPECT_EQ(out[0], 20);
+    EXPECT_EQ(out[2], 40);
+    EXPECT_EQ(file.Read(out, 1), 0u);
+    EXPECT_EQ(file.Seek(-1, CFile::end), 3u);
+    EXPECT_EQ(file.GetLength(), 4u);
+}
+
+TEST(CMemViewFile, RefusesToWrite) {
+    const std::vector<BYTE> bytes = {1};
+    CMemViewFile file(bytes);
+    const BYTE one = 2;
+    EXPECT_THROW(file.Write(&one, 1), CFileException);
+    EXPECT_EQ(bytes[0], 1);
+}
+
 }  // namespace

@@ -56,6 +56,9 @@ class CFiducialPtrArray {
     void SetSize(INT_PTR newSize);
     /// Releases every element and empties the list.
     void RemoveAll();
+    /// Makes room for `count` elements in all, so that appending them moves
+    /// nothing. Changes no element.
+    void Reserve(INT_PTR count);
 
   private:
     using Element = std::variant<std::monostate, std::unique_ptr<CFiducialqv>,

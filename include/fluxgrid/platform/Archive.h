@@ -133,6 +133,11 @@ class CArchive {
         return first;
     }
 
+    /// How many bytes a loading archive holds ready: for a file in memory,
+    /// all that is left of it. A bound for reserving room from a count that
+    /// the bytes announce.
+    std::size_t WindowBytes() const { return static_cast<std::size_t>(m_max - m_cur); }
+
   private:
     template <class T>
     CArchive& put(T value) {

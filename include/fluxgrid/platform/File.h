@@ -1,5 +1,6 @@
 /// \file File.h
-/// Files behind an archive: `CFile` on disk, `CMemFile` in memory.
+/// Files behind an archive: `CFile` on disk, `CMemFile` in memory,
+/// `CMemViewFile` over bytes that someone else holds.
 /// `Read` and `Write` are the one seam through which every byte passes, so
 /// tests can put a file between the library and the bytes that misbehaves.
 #pragma once
@@ -7,6 +8,7 @@
 #include <fluxgrid/platform/CString.h>
 #include <fluxgrid/platform/Types.h>
 
+#include <span>
 #include <vector>
 
 class CFile {
@@ -76,9 +78,33 @@ class CMemFile : public CFile {
 
     /// The whole content, whatever the position.
     const std::vector<BYTE>& Data() const { return m_data; }
+    /// Hands the whole content over and leaves the file empty, so that the
+    /// bytes of a stored file are not copied once more.
+    std::vector<BYTE> Detach();
     void SetLength(ULONGLONG length);
 
   private:
     std::vector<BYTE> m_data;
+    std::size_t m_position = 0;
+};
+
+/// A read-only file over bytes in memory that the caller keeps alive as long
+/// as the file: an archive loads straight from them, with no copy. Writing
+/// raises `CFileException`.
+class CMemViewFile : public CFile {
+  public:
+    explicit CMemViewFile(std::span<const BYTE> bytes) : m_bytes(bytes) {}
+
+    UINT Read(void* buffer, UINT count) override;
+    void Write(const void* buffer, UINT count) override;
+    ULONGLONG GetLength() const override { return m_bytes.size(); }
+    ULONGLONG GetPosition() const override { return m_position; }
+    ULONGLONG Seek(LONGLONG offset, UINT from) override;
+    void Close() override {}
+    bool GetReadView(const BYTE*& first, const BYTE*& last) override;
+    void ConsumeReadView(UINT_PTR count) override;
+
+  private:
+    std::span<const BYTE> m_bytes;
     std::size_t m_position = 0;
 };
