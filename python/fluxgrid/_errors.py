@@ -98,48 +98,37 @@ class TruncatedFileError(FileFormatError):
     """The file ends inside its body."""
 
 
-class FileMissingError(Error, FileNotFoundError):
+class _SystemFailure(Error, OSError):
+    """What the system refused, with OSError's own fields: `errno` is its
+    number where it is known, `filename` the file's name and `strerror`
+    the library's words."""
+
+    def __init__(
+        self,
+        message: str,
+        *,
+        errno: Optional[int] = None,
+        strerror: Optional[str] = None,
+        **details: object,
+    ) -> None:
+        super().__init__(message, **details)  # type: ignore[arg-type]
+        _set_os_fields(self, errno, strerror or message, details.get("file"))
+
+
+class FileMissingError(_SystemFailure, FileNotFoundError):
     """No file by that name. `errno` is ENOENT and `filename` the name,
     as for the builtin `FileNotFoundError`."""
 
-    def __init__(
-        self, message: str, *, errno: int, strerror: Optional[str] = None, **details: object
-    ) -> None:
-        super().__init__(message, **details)  # type: ignore[arg-type]
-        _set_os_fields(self, errno, strerror or message, details.get("file"))
 
-
-class ReadError(Error, OSError):
+class ReadError(_SystemFailure):
     """The system refused to open or read the file. `errno` is the
     system's number where it is known, `filename` the file's name."""
 
-    def __init__(
-        self,
-        message: str,
-        *,
-        errno: Optional[int] = None,
-        strerror: Optional[str] = None,
-        **details: object,
-    ) -> None:
-        super().__init__(message, **details)  # type: ignore[arg-type]
-        _set_os_fields(self, errno, strerror or message, details.get("file"))
 
-
-class WriteError(Error, OSError):
+class WriteError(_SystemFailure):
     """The system refused to write the file: `errno` is its number (ENOSPC
     for a full device), `filename` the file's name and `strerror` the
     library's words; str() gives all three."""
-
-    def __init__(
-        self,
-        message: str,
-        *,
-        errno: Optional[int] = None,
-        strerror: Optional[str] = None,
-        **details: object,
-    ) -> None:
-        super().__init__(message, **details)  # type: ignore[arg-type]
-        _set_os_fields(self, errno, strerror or message, details.get("file"))
 
 
 def _set_os_fields(
@@ -163,9 +152,9 @@ class HardwareTypeError(Error):
     that loses or lacks the record. `file` is the path of the write."""
 
 
-class FieldTypeError(Error, TypeError):
-    """A value of the wrong type for a field. `field` names the field and
-    `wanted` the type it takes."""
+class _FieldError(Error):
+    """A value a field refused. `field` names the field and `wanted` the
+    type it takes."""
 
     def __init__(self, message: str, *, field: str, wanted: str) -> None:
         super().__init__(message)
@@ -173,27 +162,22 @@ class FieldTypeError(Error, TypeError):
         self.wanted = wanted
 
 
-class FieldOverflowError(Error, OverflowError, TypeError):
+class FieldTypeError(_FieldError, TypeError):
+    """A value of the wrong type for a field. `field` names the field and
+    `wanted` the type it takes."""
+
+
+class FieldOverflowError(_FieldError, OverflowError, TypeError):
     """A number outside the range of an integer field. `field` names the
     field and `wanted` the type it takes. Also a TypeError, which such an
     assignment to a single number raised before, so that code catching
     that still works."""
 
-    def __init__(self, message: str, *, field: str, wanted: str) -> None:
-        super().__init__(message)
-        self.field = field
-        self.wanted = wanted
 
-
-class FieldValueError(Error):
+class FieldValueError(_FieldError):
     """A value a field cannot take: an array of another shape, or a number
     that is not finite or not whole for an integer field. `field` names the
     field and `wanted` the type it takes. (`Error` is a `ValueError`.)"""
-
-    def __init__(self, message: str, *, field: str, wanted: str) -> None:
-        super().__init__(message)
-        self.field = field
-        self.wanted = wanted
 
 
 class GeometryError(Error):
