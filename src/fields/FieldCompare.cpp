@@ -25,12 +25,12 @@ class Differ {
     void value(std::string_view name, const T& a, const T& b, Filed filed) {
         if (filed.whole(m_body)) {
             if (!same(a, b)) {
-                leaf(path(name), a, b);
+                differing(path(name), a, b);
             }
         } else if (filed.firstRow(m_body)) {
             if constexpr (std::is_array_v<T>) {
                 if (!same(a[0], b[0])) {
-                    leaf(path(name) + "[0]", a[0], b[0]);
+                    differing(path(name) + "[0]", a[0], b[0]);
                 }
             }
         }
@@ -162,18 +162,24 @@ class Differ {
         return true;
     }
 
+    // Names the value at `where` if it differs.
     template <class T>
-    requires(!std::is_array_v<T>) void leaf(const std::string& where, const T& a, const T& b) {
+    void leaf(const std::string& where, const T& a, const T& b) {
         if (!same(a, b)) {
-            m_out.push_back(where);
+            differing(where, a, b);
         }
     }
+
+    // Names a value already found to differ; in an array, each element that
+    // does.
+    template <class T>
+    requires(!std::is_array_v<T>) void differing(const std::string& where, const T&, const T&) {
+        m_out.push_back(where);
+    }
     template <class T, std::size_t N>
-    void leaf(const std::string& where, const T (&a)[N], const T (&b)[N]) {
+    void differing(const std::string& where, const T (&a)[N], const T (&b)[N]) {
         for (std::size_t i = 0; i < N; ++i) {
-            if (!same(a[i], b[i])) {
-                leaf(where + index(i), a[i], b[i]);
-            }
+            leaf(where + index(i), a[i], b[i]);
         }
     }
 

@@ -671,4 +671,14 @@ TEST(FiledDifferences, ComparesDoublesBitForBit) {
     EXPECT_EQ((Diffs{"sphereValues[0]", "sphereValues[2]"}), filedDifferences(a, b, Body::sphere));
 }
 
+TEST(FiledDifferences, NamesADifferingLabelInALabelListOfTheSameLength) {
+    CHeadLocalizationqv a;
+    fillFields(a, 2);
+    CHeadLocalizationqv b;
+    fillFields(b, 2);
+    ASSERT_GE(b.headLocalLabels.GetSize(), 1);
+    b.headLocalLabels[0] = CString("another label");
+    EXPECT_EQ(Diffs{"headLocalLabels[0]"}, filedDifferences(a, b, Body::headloc));
+}
+
 }  // namespace
