@@ -54,6 +54,18 @@ def write_set(folder: Path, sensors: Sequence[fg.Sensor]) -> Path:
     return folder
 
 
+def refused_export(kind: str, sensors: Sequence[fg.Sensor], tmp_path: Path, *args: str) -> str:
+    """Writes `sensors` as a folder and exports it to a new file of `kind`
+    with `args`; checks the export failed with status 1 and wrote nothing,
+    and returns its error output."""
+    folder = write_set(tmp_path / "set", sensors)
+    out = tmp_path / f"out.{kind}"
+    refused = export(kind, str(folder), *args, "-o", str(out))
+    assert refused.returncode == 1
+    assert not out.exists()
+    return refused.stderr
+
+
 def first_coil(sensor: fg.Sensor) -> fg.Coil:
     return sensor.hardware.coilDewar[0]
 
@@ -320,12 +332,8 @@ def test_a_channel_with_no_element_is_refused_naming_it(
     need(kind)
     sensors = with_no_element(squid21(demo_dir), 6)
     assert sensors[6].channel_kind == "meg" and len(sensors[6].positions("dewar")) == 0
-    folder = write_set(tmp_path / "set", sensors)
-    out = tmp_path / f"out.{kind}"
-    refused = export(kind, str(folder), *check, "-o", str(out))
-    assert refused.returncode == 1
-    assert sensors[6].snsRawName in refused.stderr and "no element" in refused.stderr
-    assert not out.exists()
+    stderr = refused_export(kind, sensors, tmp_path, *check)
+    assert sensors[6].snsRawName in stderr and "no element" in stderr
 
 
 @pytest.mark.parametrize("convert", [fm.to_info, ft.to_grad], ids=["to_info", "to_grad"])
@@ -343,12 +351,8 @@ def test_a_position_that_is_not_a_number_is_refused_naming_the_channel(
         demo_dir: Path, tmp_path: Path, kind: str, check: List[str]):
     need(kind)
     sensors = with_nan_position(squid21(demo_dir), 2)
-    folder = write_set(tmp_path / "set", sensors)
-    out = tmp_path / f"out.{kind}"
-    refused = export(kind, str(folder), *check, "-o", str(out))
-    assert refused.returncode == 1
-    assert sensors[2].snsRawName in refused.stderr and "not finite" in refused.stderr
-    assert not out.exists()
+    stderr = refused_export(kind, sensors, tmp_path, *check)
+    assert sensors[2].snsRawName in stderr and "not finite" in stderr
 
 
 # --- fiducials that give no head frame ------------------------------------------------
@@ -419,13 +423,10 @@ def test_duplicate_names_are_refused_naming_them(
         demo_dir: Path, tmp_path: Path, kind: str, check: List[str]):
     need(kind)
     sensors = renamed(squid21(demo_dir), {3: "DUP", 9: "DUP"})
-    folder = write_set(tmp_path / "set", sensors)
-    out = tmp_path / f"out.{kind}"
-    refused = export(kind, str(folder), *check, "-o", str(out))
-    assert refused.returncode == 1 and "DUP" in refused.stderr
-    assert not out.exists()
+    stderr = refused_export(kind, sensors, tmp_path, *check)
+    assert "DUP" in stderr
     if check:
-        assert "duplicate channel names: 'DUP' (channels 3, 9)" in refused.stderr
+        assert "duplicate channel names: 'DUP' (channels 3, 9)" in stderr
 
 
 def test_renamed_duplicates_are_the_same_in_both_formats_and_as_mne_names_them(
