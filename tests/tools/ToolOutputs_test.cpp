@@ -404,18 +404,26 @@ TEST(ToolMigrateOutputs, NextRunIntoAnOutputFolderRemovesTheKilledRunsTemporary)
     EXPECT_EQ(namesIn(out), std::set<std::string>{"channel.sensor"});
 }
 
+// A `migrate --in-place` of one old sensor file that stops itself in the
+// middle of writing its temporary.
+struct PausedInPlaceMigrate {
+    ScratchDir dir;
+    ScratchDir capture;
+    std::string path = oldSensorIn(dir, "channel.sensor");
+    StartedChild started{kTool,
+                         {"migrate", "--in-place", "--inject-write-fault", "stop:3000", path},
+                         capture.path() / "out",
+                         capture.path() / "err"};
+};
+
 class ToolMigrateSignals : public testing::TestWithParam<int> {};
 
 // The run stops itself in the middle of writing its temporary, receives
 // the signal and is let go on: it must end by that signal, with the
 // temporary gone and the file as it was.
 TEST_P(ToolMigrateSignals, SignalInTheMiddleOfAWriteRemovesTheTemporary) {
-    const ScratchDir dir;
-    const ScratchDir capture;
-    const std::string path = oldSensorIn(dir, "channel.sensor");
-    const StartedChild started(kTool,
-                               {"migrate", "--in-place", "--inject-write-fault", "stop:3000", path},
-                               capture.path() / "out", capture.path() / "err");
+    const PausedInPlaceMigrate migrate;
+    const auto& [dir, capture, path, started] = migrate;
     ASSERT_TRUE(started.waitUntilStopped());
     const std::string temporary = leftTemporary(dir.path(), "channel.sensor");
     EXPECT_EQ(temporary.rfind(".fluxgrid-" + std::to_string(started.pid()) + "-", 0), 0u)
@@ -441,12 +449,8 @@ INSTANTIATE_TEST_SUITE_P(InterruptAndTerminate, ToolMigrateSignals,
 // read; another program then writes a file of another version there. The
 // run must not put the migration of the old content over it.
 TEST(ToolMigrateOutputs, FileChangedBetweenItsReadAndItsRenameIsSkippedAndSaidSo) {
-    const ScratchDir dir;
-    const ScratchDir capture;
-    const std::string path = oldSensorIn(dir, "channel.sensor");
-    const StartedChild started(kTool,
-                               {"migrate", "--in-place", "--inject-write-fault", "stop:3000", path},
-                               capture.path() / "out", capture.path() / "err");
+    const PausedInPlaceMigrate migrate;
+    const auto& [dir, capture, path, started] = migrate;
     ASSERT_TRUE(started.waitUntilStopped());
     const std::vector<BYTE> theirs = bytesOf(kData / "sensor-squid-20091117.sensor");
     dir.write("channel.sensor", theirs);
