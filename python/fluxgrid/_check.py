@@ -9,7 +9,6 @@ from typing import Iterable, List, Optional, Set, Tuple, Union
 
 from . import _fluxgrid
 from ._errors import GeometryError
-from ._files import read
 from ._fluxgrid import Finding, HeadLocalization, Sensor, SphereFit
 
 PathLike = Union[str, "os.PathLike[str]"]
@@ -91,24 +90,10 @@ class CheckReport:
         return "\n".join(lines)
 
 
-def _judged(item: Optional[CheckItem]) -> Optional[CheckItem]:
-    # The library takes file names as UTF-8 text. A name on disk that is
-    # not UTF-8 (Python holds its bytes as surrogates) is loaded here and
-    # judged as an object: the same findings, without the file's name.
-    if isinstance(item, (str, os.PathLike)):
-        name = os.fspath(item)
-        if isinstance(name, str):
-            try:
-                name.encode("utf-8")
-            except UnicodeEncodeError:
-                return read(name)
-    return item
-
-
 def _items(sensors_or_paths: Union[CheckItem, Iterable[CheckItem]]) -> List[CheckItem]:
     if isinstance(sensors_or_paths, (str, os.PathLike, Sensor, HeadLocalization)):
         sensors_or_paths = [sensors_or_paths]
-    return [_judged(item) for item in sensors_or_paths]
+    return list(sensors_or_paths)
 
 
 def check(
@@ -142,7 +127,7 @@ def check(
         >>> report.raise_for_errors()  # GeometryError when errors were found
     """
     return CheckReport(
-        **_fluxgrid._check(_items(sensors_or_paths), _judged(headloc), frame, unit, headloc_unit)
+        **_fluxgrid._check(_items(sensors_or_paths), headloc, frame, unit, headloc_unit)
     )
 
 

@@ -78,6 +78,15 @@ py::object errorClass(const char* name);
 /// Raises the exception object `exception` in Python.
 [[noreturn]] void raiseObject(const py::object& exception);
 
+/// A text that holds a file name as the system gave it, as Python's
+/// os.fsdecode makes it: bytes that are not UTF-8 become surrogates, so that
+/// the name goes back to the same bytes and no name fails to show.
+py::str fileText(const std::string& text);
+
+/// The bytes of a file name given as str, bytes or path, as os.fsencode
+/// makes them: the inverse of `fileText`.
+std::string fileBytes(const py::handle& name);
+
 /// Issues each text as a warning of the class `category` of
 /// `fluxgrid._errors`.
 void warnTexts(const std::vector<std::string>& texts, const char* category);

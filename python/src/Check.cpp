@@ -171,10 +171,6 @@ bool isPath(const py::handle& item) {
            py::isinstance(item, py::module_::import("os").attr("PathLike"));
 }
 
-std::string pathText(const py::handle& item) {
-    return py::module_::import("os").attr("fspath")(item).cast<std::string>();
-}
-
 void takeItem(const py::handle& item, CheckInputs& inputs) {
     if (py::isinstance<CMEGSensorqv>(item)) {
         inputs.sensors.push_back(item.cast<std::shared_ptr<CMEGSensorqv>>());
@@ -182,7 +178,7 @@ void takeItem(const py::handle& item, CheckInputs& inputs) {
     } else if (py::isinstance<CHeadLocalizationqv>(item)) {
         takeHead(item.cast<std::shared_ptr<CHeadLocalizationqv>>(), {}, inputs);
     } else if (isPath(item)) {
-        for (const std::string& file : filesOf(pathText(item))) {
+        for (const std::string& file : filesOf(fileBytes(item))) {
             loadInto(file, {}, inputs);
         }
     } else {
@@ -201,7 +197,7 @@ CheckInputs gather(const py::iterable& items, const py::object& headloc) {
         } else if (isPath(headloc)) {
             LoadOptions options;
             options.as = FileKind::headloc;
-            loadInto(pathText(headloc), options, inputs);
+            loadInto(fileBytes(headloc), options, inputs);
         } else {
             throw py::type_error("headloc is a HeadLocalization or the path of one");
         }
@@ -238,7 +234,8 @@ py::object findingTuple(const Finding& finding, const py::object& findingClass,
     const py::object index =
         finding.channel >= 0 ? py::object(py::int_(finding.channel)) : py::object(py::none());
     return findingClass(std::string(severityWord(finding.severity)), finding.code, finding.name,
-                        finding.file, finding.message, index, py::tuple(values));
+                        fileText(finding.file), fileText(finding.message), index,
+                        py::tuple(values));
 }
 
 // A finding back from its tuple, for the library to word it.
@@ -247,8 +244,8 @@ Finding findingOf(const py::handle& tuple) {
     finding.severity = severityFromWord(tuple.attr("severity").cast<std::string>());
     finding.code = tuple.attr("code").cast<std::string>();
     finding.name = tuple.attr("channel").cast<std::string>();
-    finding.file = tuple.attr("file").cast<std::string>();
-    finding.message = tuple.attr("message").cast<std::string>();
+    finding.file = fileBytes(tuple.attr("file"));
+    finding.message = fileBytes(tuple.attr("message"));
     const py::object index = tuple.attr("index");
     finding.channel = index.is_none() ? -1 : index.cast<int>();
     for (const py::handle value : tuple.attr("values")) {
@@ -304,9 +301,9 @@ void bindCheck(py::module_& m) {
         "(empty without one); the file of the channel or of the head localization (empty for "
         "none); what was found; the channel's index in the set (None for the set as a whole, "
         "the head localization or a file); and the values behind it. str() gives one line.");
-    findingClass.attr("__str__") =
-        py::cpp_function([](const py::handle& self) { return formatFinding(findingOf(self)); },
-                         py::is_method(findingClass), py::name("__str__"));
+    findingClass.attr("__str__") = py::cpp_function(
+        [](const py::handle& self) { return fileText(formatFinding(findingOf(self))); },
+        py::is_method(findingClass), py::name("__str__"));
     const py::object sphereClass = defineNamedTuple(
         m, "SphereFit",
         {{"fitted", "bool"},
@@ -362,9 +359,13 @@ void bindCheck(py::module_& m) {
             parts["warnings"] = report.warnings;
             parts["notes"] = report.notes;
             parts["sensors"] = py::tuple(py::cast(inputs.sensors));
-            parts["sensor_files"] = py::tuple(py::cast(inputs.sensorFiles));
+            py::list sensorFiles;
+            for (const std::string& file : inputs.sensorFiles) {
+                sensorFiles.append(fileText(file));
+            }
+            parts["sensor_files"] = py::tuple(sensorFiles);
             parts["headloc"] = inputs.head ? py::cast(inputs.head) : py::none();
-            parts["headloc_file"] = inputs.headFile;
+            parts["headloc_file"] = fileText(inputs.headFile);
             return parts;
         },
         py::arg("items"), py::arg("headloc"), py::arg("frame"), py::arg("unit"),

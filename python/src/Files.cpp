@@ -46,14 +46,6 @@ const char* errorClassOf(FileFailure failure) {
     return "Error";
 }
 
-// A text that holds a file name as the system gave it, as Python's
-// os.fsdecode makes it: bytes that are not UTF-8 become surrogates, so that
-// the name goes back to the same bytes and no name fails to show.
-py::str fileText(const std::string& text) {
-    return py::reinterpret_steal<py::str>(
-        PyUnicode_DecodeFSDefaultAndSize(text.data(), static_cast<Py_ssize_t>(text.size())));
-}
-
 // The system's error number of a failure that has one, else None.
 py::object errorNumberOf(const FileError& error) {
     if (error.failure == FileFailure::missing) {

@@ -16,6 +16,15 @@ void raiseObject(const py::object& exception) {
     throw py::error_already_set();
 }
 
+py::str fileText(const std::string& text) {
+    return py::reinterpret_steal<py::str>(
+        PyUnicode_DecodeFSDefaultAndSize(text.data(), static_cast<Py_ssize_t>(text.size())));
+}
+
+std::string fileBytes(const py::handle& name) {
+    return py::module_::import("os").attr("fsencode")(name).cast<std::string>();
+}
+
 void warnTexts(const std::vector<std::string>& texts, const char* category) {
     if (texts.empty()) {
         return;

@@ -175,3 +175,21 @@ def test_paths_may_be_path_objects_and_single(demo_dir: Path):
     one = demo_dir / "sensors" / "opm32" / os.listdir(demo_dir / "sensors" / "opm32")[0]
     assert fg.check(one).sensor_files == (str(one),)
     assert fg.check(str(one)).channels == 1
+
+
+def test_files_whose_names_are_not_utf8_are_judged_and_named_by_their_bytes(
+        demo_dir: Path, tmp_path: Path):
+    folder = os.fsencode(tmp_path) + b"/set-\xff"
+    os.mkdir(folder)
+    sensors = inward_copy(fg.read_sensors(demo_dir / "sensors" / "squid21"), 3)
+    for i, sensor in enumerate(sensors):
+        fg.write(sensor, folder + b"/%02d-\xe9.sensor" % i)
+    head = folder + b"/\xe9.headloc"
+    with open(head, "wb") as out:
+        out.write(b"not a head localization")
+    report = fg.check(os.fsdecode(folder), headloc=os.fsdecode(head))
+    third = os.fsdecode(folder + b"/03-\xe9.sensor")
+    assert report.channels == len(sensors) and report.sensor_files[3] == third
+    assert [(f.code, f.file) for f in report.of("error")][-1] == ("orientation-inward", third)
+    assert report.of("error")[0].file == os.fsdecode(head)
+    assert os.fsdecode(head) in str(report)
