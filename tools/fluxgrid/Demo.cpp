@@ -357,9 +357,12 @@ CheckedSet checkHeadLocalization(const std::string& path, int& failures) {
     return set;
 }
 
-// Runs a program with its arguments, its output passed through; its exit
-// status, or -1 when it could not run.
-int runProgram(const std::vector<std::string>& args, bool quiet) {
+// What of a program's output reaches ours.
+enum class Shown { nothing, errors };
+
+// Runs a program with its arguments, its standard output discarded and its
+// errors shown as `shown` says; its exit status, or -1 when it could not run.
+int runProgram(const std::vector<std::string>& args, Shown shown) {
     std::vector<char*> argv;
     for (const std::string& arg : args) {
         argv.push_back(const_cast<char*>(arg.c_str()));
@@ -371,8 +374,8 @@ int runProgram(const std::vector<std::string>& args, bool quiet) {
         return -1;
     }
     if (child == 0) {
-        if (quiet) {
-            std::freopen("/dev/null", "w", stdout);
+        std::freopen("/dev/null", "w", stdout);
+        if (shown == Shown::nothing) {
             std::freopen("/dev/null", "w", stderr);
         }
         execvp(argv[0], argv.data());
@@ -397,14 +400,14 @@ std::string pythonInterpreter() {
 // hand. The line that reports it, or why there is none.
 std::string writeMneInfo(const fs::path& dir, const std::string& headloc, int& failures) {
     const std::string python = pythonInterpreter();
-    if (runProgram({python, "-c", "import fluxgrid.mne, mne"}, true) != 0) {
+    if (runProgram({python, "-c", "import fluxgrid.mne, mne"}, Shown::nothing) != 0) {
         return "not written: " + python + " cannot import the Python module fluxgrid and MNE";
     }
     const std::string path = (dir / "info.fif").string();
     const int status =
         runProgram({python, "-m", "fluxgrid", "export", "fif", (dir / "sensors" / "opm32").string(),
                     "--headloc", headloc, "--axes", "LSP", "--unit", "mm", "-o", path},
-                   true);
+                   Shown::errors);
     if (status != 0) {
         ++failures;
         std::cerr << "fluxgrid: " << path << ": the Python module failed to write it\n";
