@@ -44,14 +44,38 @@ class UnsupportedCoil(Error):
     """A channel's coil type is one the records cannot hold."""
 
 
+#: The records' shape codes of a loop.
+CIRCLE, SQUARE = 1, 2
+
+
 @dataclass
 class Loop:
     """One loop of a coil definition: its offset along the axis (metres),
-    its weight, and its diameter."""
+    its weight, its size (a circle's diameter or a square's side) and its
+    shape code."""
 
     offset: float
     weight: float
     size: float
+    shape: int = CIRCLE
+
+    @property
+    def area(self) -> float:
+        """The loop's area in square metres."""
+        if self.shape == SQUARE:
+            return self.size**2
+        return float(np.pi * (self.size / 2.0) ** 2)
+
+
+def _loop_shape(points: np.ndarray) -> int:
+    """SQUARE when a loop's integration points (in its plane) are a full
+    grid of at least 3 x 3, as MNE lays out a square loop; CIRCLE otherwise,
+    four points or a circle's quadrature saying no more than that."""
+    xs, ys = (np.unique(np.round(points[:, i], 9)) for i in (0, 1))
+    cells = {(round(x, 9), round(y, 9)) for x, y in points[:, :2]}
+    if len(xs) == len(ys) >= 3 and len(points) == len(cells) == len(xs) * len(ys):
+        return SQUARE
+    return CIRCLE
 
 
 @dataclass
@@ -115,14 +139,11 @@ def coil_shape(coil_type: int, definition: Optional[dict]) -> Optional[CoilShape
         centre = weights @ rmag[mine] / weights.sum()
         if np.hypot(centre[0], centre[1]) > 1e-6:
             return None
-        shape.loops.append(Loop(float(centre[2]), float(w[mine].sum()), float(definition["size"])))
+        shape.loops.append(Loop(float(centre[2]), float(w[mine].sum()), float(definition["size"]),
+                                _loop_shape(rmag[mine])))
     if len(shape.loops) == 2 and shape.loops[0].offset > shape.loops[1].offset:
         shape.loops.reverse()
     return shape if len(shape.loops) in (1, 2) else None
-
-
-def _loop_area(size: float) -> float:
-    return float(np.pi * (size / 2.0) ** 2)
 
 
 def _sensor(ch: dict, shape: CoilShape, axes: geometry.Frame) -> Sensor:
@@ -152,8 +173,8 @@ def _sensor(ch: dict, shape: CoilShape, axes: geometry.Frame) -> Sensor:
         for frame in (record.coilDewar, record.coilHead, record.coilWork):
             for coil, loop in zip(frame, shape.loops):
                 coil.coilTurns = int(round(loop.weight / first))
-                coil.coilArea = _loop_area(loop.size) * units**2
-                coil.coilShape = 1
+                coil.coilArea = loop.area * units**2
+                coil.coilShape = loop.shape
     flags = record.auxFlags
     flags[KEPT_COIL_TYPE] = shape.coil_type
     record.auxFlags = flags

@@ -13,7 +13,7 @@ import pytest
 
 import fluxgrid as fg
 import info_builders as builders
-from bridge_support import mne
+from bridge_support import mne, sphere_forward
 
 fm = pytest.importorskip("fluxgrid.mne")
 
@@ -82,20 +82,7 @@ def test_axial_gradiometers_have_both_coils_at_the_definitions_baseline():
 
 
 def forward(info, sensors=None):
-    m = mne()
-    sphere = m.make_sphere_model(r0=(0.0, 0.0, 0.0), head_radius=None, verbose="error")
-    rr = np.array([[0.0, 0.0, 0.05], [0.03, 0.01, 0.04], [-0.03, 0.02, 0.03], [0.0, -0.04, 0.02]])
-    src = m.setup_volume_source_space(pos=dict(rr=rr, nn=np.tile([0.0, 0.0, 1.0], (4, 1))),
-                                      verbose="error")
-    # The references only serve compensation, which MNE cannot compute for
-    # KIT's; the comparison is of the MEG channels.
-    options = dict(eeg=False, ignore_ref=True, verbose="error")
-    if sensors is None:
-        fwd = m.make_forward_solution(info, None, src, sphere, **options)
-    else:
-        with fm.use_coil_defs(sensors):
-            fwd = m.make_forward_solution(info, None, src, sphere, **options)
-    return fwd["sol"]["data"]
+    return sphere_forward(info, sensors)
 
 
 def test_the_forward_agrees_with_mnes_for_the_original(helmet):
@@ -159,17 +146,22 @@ def test_cardinal_points_give_a_head_localization_in_the_device_frame():
                                    atol=1e-9)
 
 
+def import_command(info, source: Path, folder: Path) -> subprocess.CompletedProcess:
+    """`python3 -m fluxgrid import` of `info`, written to `source`, into
+    `folder`."""
+    mne().io.write_info(source, info)
+    return subprocess.run([sys.executable, "-m", "fluxgrid", "import", str(source), "-o",
+                           str(folder)], capture_output=True, text=True, check=False)
+
+
 def test_the_import_command_writes_the_files_and_says_what_the_check_found(tmp_path: Path):
     m = mne()
     info = builders.kit157()
     info.set_montage(m.channels.make_dig_montage(
         nasion=[0.0, 0.09, 0.0], lpa=[-0.075, 0.0, 0.0], rpa=[0.075, 0.0, 0.0],
         coord_frame="head"))
-    source = tmp_path / "kit-info.fif"
-    m.io.write_info(source, info)
     folder = tmp_path / "imported"
-    done = subprocess.run([sys.executable, "-m", "fluxgrid", "import", str(source), "-o",
-                           str(folder)], capture_output=True, text=True, check=False)
+    done = import_command(info, tmp_path / "kit-info.fif", folder)
     assert done.returncode == 0, done.stderr
     files = sorted(folder.glob("*.sensor"))
     assert len(files) == 160
