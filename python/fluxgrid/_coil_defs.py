@@ -222,11 +222,12 @@ def nearest_opm_coil_type(size: Optional[float], shape: int) -> int:
 
 def definition_text(definitions: Iterable[CoilDef]) -> str:
     """The text of a coil_def.dat that holds `definitions`, each once, in
-    the order of their numbers."""
-    unique = {d.coil_type: d for d in definitions}
+    the order of their numbers (two geometries of one number refused, as
+    `numbered` refuses them)."""
+    by_type = {t: d for d, t in numbered(definitions).items()}
     lines = ["# fluxgrid coil definitions: class id accuracy points size baseline description"]
-    for coil_type in sorted(unique):
-        lines.extend(unique[coil_type].text())
+    for coil_type in sorted(by_type):
+        lines.extend(by_type[coil_type].text())
     return "\n".join(lines) + "\n"
 
 

@@ -179,7 +179,7 @@ def test_a_named_type_is_given_also_to_an_imported_cell_that_kept_another():
 
 
 @pytest.mark.parametrize("wrong", ["cube", 8001.0, True])
-def test_a_coil_type_that_is_none_is_refused(wrong):
+def test_what_is_no_coil_type_is_refused(wrong):
     mne()
     points, normals = helmet(4)
     with pytest.raises((TypeError, ValueError)):
@@ -327,6 +327,9 @@ def test_the_loops_forward_agrees_with_mnes_loop_of_that_size(area: float, shape
     offset = float(mne_definition(theirs)["rmag"][0, 2])
     reference = sphere_forward(mne_info(points, normals, theirs, -offset))
     assert relative_difference(ours, reference) < 0.01
+    # Which a point at the loop's centre would not.
+    point = sphere_forward(mne_info(points, normals, 2000))
+    assert relative_difference(point, reference) > 0.02
 
 
 def test_a_point_would_not_stand_in_for_a_large_loop():
@@ -360,3 +363,28 @@ def test_an_imported_magnetometer_without_its_type_has_the_loop_of_its_definitio
     flags[0] = 0
     sensor.hardware.auxFlags = flags
     assert coil_types(fm.to_info([sensor], check=False)) == {expected_type("loop", 21000, 2)}
+
+
+def test_two_geometries_of_one_number_are_refused():
+    """Numbers are hashes: among a few hundred loop sizes two share one.
+    Neither the definitions nor an info then take either silently."""
+    from fluxgrid import _coil_defs
+
+    seen: Dict[int, int] = {}
+    for micrometres in range(10000, 20000):
+        coil_type = expected_type("loop", micrometres, 1)
+        if coil_type in seen:
+            break
+        seen[coil_type] = micrometres
+    first, second = seen[coil_type], micrometres
+    loops = [_coil_defs.LoopMagnetometer.of(size * 1e-6, 1) for size in (first, second)]
+    assert loops[0].coil_type == loops[1].coil_type == coil_type
+    with pytest.raises(fg.Error, match=f"coil type {coil_type} would name two geometries"):
+        _coil_defs.definition_text(loops)
+    mne()
+    points, normals = helmet(2)
+    sensors = (squid_magnetometers(points[:1], normals[:1], np.pi * (first / 2000.0)**2, 1)
+               + squid_magnetometers(points[1:], normals[1:], np.pi * (second / 2000.0)**2, 1))
+    sensors[1].snsRawName = "MAG01"
+    with pytest.raises(fg.Error, match=f"coil type {coil_type} would name two geometries"):
+        fm.to_info(sensors)
