@@ -12,8 +12,9 @@ and `check_in_force` finds a file in force that says otherwise.
 from __future__ import annotations
 
 import hashlib
+import itertools
 from dataclasses import dataclass
-from typing import Dict, Iterable, List, Sequence, Tuple
+from typing import Dict, Iterable, List, Optional, Sequence, Tuple
 
 import numpy as np
 
@@ -47,6 +48,36 @@ def _loop_points(size: float, accuracy: int) -> List[Tuple[float, float, float]]
     r = size / 2.0 * np.sqrt(2.0 / 3.0)
     ring = [(0.125, r * np.cos(a), r * np.sin(a)) for a in np.arange(6) * np.pi / 3.0]
     return [(0.25, 0.0, 0.0)] + ring
+
+
+def _grid(size: float, per_side: int, dimensions: int) -> List[Tuple[float, ...]]:
+    """The midpoints of a square (2) or a cube (3) of side `size` cut into
+    `per_side` parts along each axis, with their equal shares."""
+    steps = (np.arange(per_side) + 0.5) / per_side * size - size / 2.0
+    share = 1.0 / per_side**dimensions
+    return [(share,) + tuple(float(c) for c in point)
+            for point in itertools.product(steps, repeat=dimensions)]
+
+
+#: Parts along each side of a square loop and of a cube, by accuracy: a
+#: point, then MNE's 2 x 2 and 4 x 4 grids of a square magnetometer; a
+#: point, then 2 x 2 x 2 and 3 x 3 x 3 for a cell.
+_SQUARE_PARTS = (1, 2, 4)
+_CUBE_PARTS = (1, 2, 3)
+
+#: The shape codes of the records: a loop or a cell is a circle or a square.
+CIRCLE, SQUARE = 1, 2
+
+
+def element_size(area: float, shape: int) -> Optional[float]:
+    """The size of a loop or a cell of `area` (square metres): a square's
+    side (`shape` 2) or a circle's diameter (any other code, the loops of
+    the records being circles unless told). None when the area is not a
+    positive number, as for an element that never had one."""
+    if not np.isfinite(area) or area <= 0.0:
+        return None
+    size = float(np.sqrt(area)) if shape == SQUARE else float(2.0 * np.sqrt(area / np.pi))
+    return size if micrometres(size) > 0 else None
 
 
 @dataclass(frozen=True)
@@ -115,13 +146,88 @@ class AxialGradiometer(CoilDef):
                 for z, w in ((0.0, 1.0), (self.baseline, self.weight)) for share, x, y in loop]
 
 
+@dataclass(frozen=True)
+class LoopMagnetometer(CoilDef):
+    """One loop: params are its size (a square's side or a circle's
+    diameter) in micrometres and its shape code. Its points share the
+    weight 1, as in MNE's magnetometers: the turns only scale the gain,
+    which the calibration holds."""
+
+    @classmethod
+    def of(cls, size: float, shape: int) -> "LoopMagnetometer":
+        return cls("loop", (micrometres(size), SQUARE if shape == SQUARE else CIRCLE))
+
+    @property
+    def size(self) -> float:
+        return self.params[0] * 1e-6
+
+    @property
+    def is_square(self) -> bool:
+        return self.params[1] == SQUARE
+
+    def header(self, accuracy: int, npoints: int) -> str:
+        desc = (f"fluxgrid {'square' if self.is_square else 'circular'} magnetometer"
+                f" size = {self.size * 1e3:.3f} mm")
+        return f"1 {self.coil_type} {accuracy} {npoints} {self.size:.6e} 0.000000e+00 \"{desc}\""
+
+    def points(self, accuracy: int) -> List[Point]:
+        loop = (_grid(self.size, _SQUARE_PARTS[accuracy], 2) if self.is_square
+                else _loop_points(self.size, accuracy))
+        return [(share, x, y, 0.0, 0.0, 0.0, 1.0) for share, x, y in loop]
+
+
+@dataclass(frozen=True)
+class VaporCube(CoilDef):
+    """An OPM cell as a cube of integration points, as MNE defines its OPM
+    types: params are the cube's side in micrometres, the cell's size."""
+
+    @classmethod
+    def of(cls, size: float) -> "VaporCube":
+        return cls("cube", (micrometres(size),))
+
+    @property
+    def size(self) -> float:
+        return self.params[0] * 1e-6
+
+    def header(self, accuracy: int, npoints: int) -> str:
+        desc = f"fluxgrid OPM cell size = {self.size * 1e3:.3f} mm"
+        return f"1 {self.coil_type} {accuracy} {npoints} {self.size:.6e} 0.000000e+00 \"{desc}\""
+
+    def points(self, accuracy: int) -> List[Point]:
+        return [(share, x, y, z, 0.0, 0.0, 1.0)
+                for share, x, y, z in _grid(self.size, _CUBE_PARTS[accuracy], 3)]
+
+
+#: MNE's OPM coil types and the size of their cells (metres), from MNE's
+#: coil_def.dat: QuSpin's first and second generation, FieldLine's first
+#: (cells 3 mm long, 0.7 or 2 mm across) and Kernel's first (a 2 mm cube).
+OPM_CELL_SIZES = {8001: 0.7e-3, 8002: 0.7e-3, 8101: 2e-3, 8201: 2e-3}
+
+#: The OPM type of a cell whose size the record does not hold: the smallest
+#: of MNE's cells, the nearest to a point, in its latest generation.
+DEFAULT_OPM_COIL_TYPE = 8002
+
+
+def nearest_opm_coil_type(size: Optional[float], shape: int) -> int:
+    """MNE's OPM coil type whose cell is nearest in size to a cell of `size`
+    (metres; None when the record holds none, giving
+    `DEFAULT_OPM_COIL_TYPE`). Between cells of one size the later
+    generation wins, and a square cell (`shape` 2) takes Kernel's cube over
+    FieldLine's longer cell."""
+    if size is None:
+        return DEFAULT_OPM_COIL_TYPE
+    order = (8002, 8001, 8201, 8101) if shape == SQUARE else (8002, 8001, 8101, 8201)
+    return min(order, key=lambda coil_type: abs(OPM_CELL_SIZES[coil_type] - size))
+
+
 def definition_text(definitions: Iterable[CoilDef]) -> str:
     """The text of a coil_def.dat that holds `definitions`, each once, in
-    the order of their numbers."""
-    unique = {d.coil_type: d for d in definitions}
+    the order of their numbers (two geometries of one number refused, as
+    `numbered` refuses them)."""
+    by_type = {t: d for d, t in numbered(definitions).items()}
     lines = ["# fluxgrid coil definitions: class id accuracy points size baseline description"]
-    for coil_type in sorted(unique):
-        lines.extend(unique[coil_type].text())
+    for coil_type in sorted(by_type):
+        lines.extend(by_type[coil_type].text())
     return "\n".join(lines) + "\n"
 
 

@@ -44,14 +44,38 @@ class UnsupportedCoil(Error):
     """A channel's coil type is one the records cannot hold."""
 
 
+#: The records' shape codes of a loop.
+CIRCLE, SQUARE = 1, 2
+
+
 @dataclass
 class Loop:
     """One loop of a coil definition: its offset along the axis (metres),
-    its weight, and its diameter."""
+    its weight, its size (a circle's diameter or a square's side) and its
+    shape code."""
 
     offset: float
     weight: float
     size: float
+    shape: int = CIRCLE
+
+    @property
+    def area(self) -> float:
+        """The loop's area in square metres."""
+        if self.shape == SQUARE:
+            return self.size**2
+        return float(np.pi * (self.size / 2.0) ** 2)
+
+
+def _loop_shape(points: np.ndarray) -> int:
+    """SQUARE when a loop's integration points (in its plane) are a full
+    grid of at least 3 x 3, as MNE lays out a square loop; CIRCLE otherwise,
+    four points or a circle's quadrature saying no more than that."""
+    xs, ys = (np.unique(np.round(points[:, i], 9)) for i in (0, 1))
+    cells = {(round(x, 9), round(y, 9)) for x, y in points[:, :2]}
+    if len(xs) == len(ys) >= 3 and len(points) == len(cells) == len(xs) * len(ys):
+        return SQUARE
+    return CIRCLE
 
 
 @dataclass
@@ -115,14 +139,11 @@ def coil_shape(coil_type: int, definition: Optional[dict]) -> Optional[CoilShape
         centre = weights @ rmag[mine] / weights.sum()
         if np.hypot(centre[0], centre[1]) > 1e-6:
             return None
-        shape.loops.append(Loop(float(centre[2]), float(w[mine].sum()), float(definition["size"])))
+        shape.loops.append(Loop(float(centre[2]), float(w[mine].sum()), float(definition["size"]),
+                                _loop_shape(rmag[mine])))
     if len(shape.loops) == 2 and shape.loops[0].offset > shape.loops[1].offset:
         shape.loops.reverse()
     return shape if len(shape.loops) in (1, 2) else None
-
-
-def _loop_area(size: float) -> float:
-    return float(np.pi * (size / 2.0) ** 2)
 
 
 def _sensor(ch: dict, shape: CoilShape, axes: geometry.Frame) -> Sensor:
@@ -152,17 +173,27 @@ def _sensor(ch: dict, shape: CoilShape, axes: geometry.Frame) -> Sensor:
         for frame in (record.coilDewar, record.coilHead, record.coilWork):
             for coil, loop in zip(frame, shape.loops):
                 coil.coilTurns = int(round(loop.weight / first))
-                coil.coilArea = _loop_area(loop.size) * units**2
-                coil.coilShape = 1
+                coil.coilArea = loop.area * units**2
+                coil.coilShape = loop.shape
     flags = record.auxFlags
     flags[KEPT_COIL_TYPE] = shape.coil_type
     record.auxFlags = flags
     return s
 
 
-def _headloc(info, axes: geometry.Frame) -> Optional[HeadLocalization]:
-    """The nasion and the ear points of the info's digitisation, in the
-    device frame along `axes`, as a head localization's current set."""
+#: Where `from_info` puts the nasion and the ear points of a head that the
+#: info places by its transform alone, in MNE's head frame (metres): the
+#: nasion 90 mm ahead, the ear points 75 mm to either side, so that the
+#: head frame built from them is the head frame itself.
+NOMINAL_FIDUCIALS = np.array([[0.0, 0.09, 0.0], [-0.075, 0.0, 0.0], [0.075, 0.0, 0.0]])
+
+#: A transform is taken as rigid, and as the identity, within this.
+_RIGID = 1e-6
+
+
+def _cardinal_points(info) -> Optional[np.ndarray]:
+    """Nasion, left and right ear point of the info's digitisation in the
+    device frame (RAS metres), or None without all three."""
     from mne.io.constants import FIFF
     from mne.transforms import apply_trans, invert_transform
 
@@ -172,13 +203,49 @@ def _headloc(info, axes: geometry.Frame) -> Optional[HeadLocalization]:
     if any(i not in cardinal for i in idents):
         return None
     head_dev = invert_transform(info["dev_head_t"]) if info["dev_head_t"] is not None else None
-    hl = HeadLocalization()
-    for index, ident in enumerate(idents):
+    points = []
+    for ident in idents:
         point = np.asarray(cardinal[ident]["r"], dtype=float)
         if cardinal[ident]["coord_frame"] == FIFF.FIFFV_COORD_HEAD:
             if head_dev is None:
                 return None
             point = apply_trans(head_dev, point)
+        points.append(point)
+    return np.array(points)
+
+
+def _nominal_points(info) -> Optional[np.ndarray]:
+    """`NOMINAL_FIDUCIALS` taken into the device frame by the inverse of the
+    info's device-to-head transform, so that the head frame built from them
+    (as `to_info` builds it, MNE's way) is that transform again. None for
+    no transform, for the identity, which MNE gives every new info and so
+    places no head, and, with a warning, for a transform that is not a
+    rotation and a shift."""
+    if info["dev_head_t"] is None:
+        return None
+    trans = np.asarray(info["dev_head_t"]["trans"], dtype=float)
+    rotation, shift = trans[:3, :3], trans[:3, 3]
+    if np.allclose(trans, np.eye(4), rtol=0, atol=_RIGID):
+        return None
+    if (not np.allclose(rotation.T @ rotation, np.eye(3), rtol=0, atol=_RIGID)
+            or np.linalg.det(rotation) < 0 or not np.allclose(trans[3], [0, 0, 0, 1])):
+        warnings.warn("dev_head_t is not a rotation and a shift: no head localization is made "
+                      "of it", stacklevel=3)
+        return None
+    return (NOMINAL_FIDUCIALS - shift) @ rotation
+
+
+def _headloc(info, axes: geometry.Frame) -> Optional[HeadLocalization]:
+    """The nasion and the ear points of the info's digitisation or, without
+    them, of a head that its transform places, in the device frame along
+    `axes`, as a head localization's current set."""
+    points = _cardinal_points(info)
+    if points is None:
+        points = _nominal_points(info)
+    if points is None:
+        return None
+    hl = HeadLocalization()
+    for index, point in enumerate(points):
         p = axes.matrix.T @ point * geometry.UNITS_PER_METRE[axes.unit]
         hl.fiducialCurrent.fidPts[index].setFidPtPosition(*p)
     return hl
@@ -187,8 +254,13 @@ def _headloc(info, axes: geometry.Frame) -> Optional[HeadLocalization]:
 def from_info(info, *, axes: str = "LSP", unit: str = "mm",
               on_unsupported: str = "raise") -> Imported:
     """Sensors of the MEG and MEG-reference channels of `info` (an
-    `mne.Info`), in order, along `axes` in `unit`, and the head
-    localization of its cardinal points in the device frame.
+    `mne.Info`), in order, along `axes` in `unit`, and a head localization
+    in the device frame: of the info's cardinal points when it has them;
+    otherwise of `NOMINAL_FIDUCIALS` placed by its `dev_head_t`, which
+    `to_info(sensors, fiducials=headloc)` gives back. An identity
+    transform without cardinal points (what MNE gives every new info)
+    places no head: then, and without a transform, the head localization
+    is None.
 
     A coil type whose definition is not one or two loops on the channel's
     axis (a planar or an off-diagonal gradiometer), or that MNE does not

@@ -3,7 +3,8 @@
 Makes sensor files from the measurement info of a FIF file (a raw
 recording or an info alone, whatever `mne.io.read_info` reads): one file
 a MEG or MEG-reference channel, `FOLDER/headloc.headloc` when the info has
-cardinal points, each written atomically in the newest version; then the
+cardinal points or a device-to-head transform other than the identity,
+each written atomically in the newest version; then the
 geometry check's summary of what was written.
 """
 

@@ -60,3 +60,36 @@ def inward_copy(sensors, index: int):
     for element in elements[: len(copies[index].positions("dewar"))]:
         element.oriP4[:3] *= -1.0
     return copies
+
+
+#: Four dipoles 5 to 7 cm below a helmet 10 to 11 cm about the origin.
+DIPOLES = np.array([[0.0, 0.0, 0.05], [0.03, 0.01, 0.04], [-0.03, 0.02, 0.03],
+                    [0.0, -0.04, 0.02]])
+
+
+def sphere_forward(info, sensors=None, rr: np.ndarray = DIPOLES, **coil_def_options):
+    """MNE's forward solution (the gain matrix) of the MEG channels of
+    `info` on a sphere model about the device origin, for dipoles at `rr`
+    (RAS metres, device frame); with `sensors`, under their coil
+    definitions (`fluxgrid.mne.use_coil_defs(sensors, **coil_def_options)`)."""
+    m = mne()
+    import fluxgrid.mne as fm
+
+    sphere = m.make_sphere_model(r0=(0.0, 0.0, 0.0), head_radius=None, verbose="error")
+    src = m.setup_volume_source_space(pos=dict(rr=rr, nn=np.tile([0.0, 0.0, 1.0], (len(rr), 1))),
+                                      verbose="error")
+    # The references only serve compensation, which MNE cannot compute for
+    # every system; the comparison is of the MEG channels.
+    options = dict(eeg=False, ignore_ref=True, verbose="error")
+    if sensors is None:
+        fwd = m.make_forward_solution(info, None, src, sphere, **options)
+    else:
+        with fm.use_coil_defs(sensors, **coil_def_options):
+            fwd = m.make_forward_solution(info, None, src, sphere, **options)
+    return fwd["sol"]["data"]
+
+
+def relative_difference(ours: np.ndarray, theirs: np.ndarray) -> float:
+    """The relative Frobenius norm of the difference of two gain matrices."""
+    assert ours.shape == theirs.shape
+    return float(np.linalg.norm(ours - theirs) / np.linalg.norm(theirs))

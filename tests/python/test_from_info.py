@@ -13,7 +13,7 @@ import pytest
 
 import fluxgrid as fg
 import info_builders as builders
-from bridge_support import mne
+from bridge_support import mne, sphere_forward
 
 fm = pytest.importorskip("fluxgrid.mne")
 
@@ -82,20 +82,7 @@ def test_axial_gradiometers_have_both_coils_at_the_definitions_baseline():
 
 
 def forward(info, sensors=None):
-    m = mne()
-    sphere = m.make_sphere_model(r0=(0.0, 0.0, 0.0), head_radius=None, verbose="error")
-    rr = np.array([[0.0, 0.0, 0.05], [0.03, 0.01, 0.04], [-0.03, 0.02, 0.03], [0.0, -0.04, 0.02]])
-    src = m.setup_volume_source_space(pos=dict(rr=rr, nn=np.tile([0.0, 0.0, 1.0], (4, 1))),
-                                      verbose="error")
-    # The references only serve compensation, which MNE cannot compute for
-    # KIT's; the comparison is of the MEG channels.
-    options = dict(eeg=False, ignore_ref=True, verbose="error")
-    if sensors is None:
-        fwd = m.make_forward_solution(info, None, src, sphere, **options)
-    else:
-        with fm.use_coil_defs(sensors):
-            fwd = m.make_forward_solution(info, None, src, sphere, **options)
-    return fwd["sol"]["data"]
+    return sphere_forward(info, sensors)
 
 
 def test_the_forward_agrees_with_mnes_for_the_original(helmet):
@@ -159,17 +146,90 @@ def test_cardinal_points_give_a_head_localization_in_the_device_frame():
                                    atol=1e-9)
 
 
+def import_command(info, source: Path, folder: Path) -> subprocess.CompletedProcess:
+    """`python3 -m fluxgrid import` of `info`, written to `source`, into
+    `folder`."""
+    mne().io.write_info(source, info)
+    return subprocess.run([sys.executable, "-m", "fluxgrid", "import", str(source), "-o",
+                           str(folder)], capture_output=True, text=True, check=False)
+
+
+def rotation(axis, degrees: float) -> np.ndarray:
+    """The rotation by `degrees` about `axis` (Rodrigues)."""
+    k = np.asarray(axis, dtype=float) / np.linalg.norm(axis)
+    cross = np.array([[0.0, -k[2], k[1]], [k[2], 0.0, -k[0]], [-k[1], k[0], 0.0]])
+    angle = np.radians(degrees)
+    return np.eye(3) + np.sin(angle) * cross + (1.0 - np.cos(angle)) * cross @ cross
+
+
+def with_dev_head_t(info, rotate: np.ndarray, shift) -> np.ndarray:
+    m = mne()
+    trans = np.eye(4)
+    trans[:3, :3], trans[:3, 3] = rotate, shift
+    with info._unlock():
+        info["dev_head_t"] = m.transforms.Transform("meg", "head", trans)
+    return trans
+
+
+@pytest.mark.parametrize("axes, unit", [("LSP", "mm"), ("RAS", "m"), ("ALS", "cm")])
+def test_a_device_to_head_transform_alone_gives_a_head_localization_that_gives_it_back(
+        axes: str, unit: str):
+    info = builders.kit157()
+    assert not info["dig"]
+    # The head's origin 4.3 cm below the device's and 1.2 cm behind it.
+    trans = with_dev_head_t(info, rotation([0.3, -1.0, 0.4], 12.0), [0.004, 0.012, 0.043])
+    imported = fm.from_info(info, axes=axes, unit=unit)
+    assert imported.headloc is not None
+    # The geometry check of the export judges the head localization too.
+    back = fm.to_info(imported.sensors, axes=axes, unit=unit, fiducials=imported.headloc)
+    np.testing.assert_allclose(back["dev_head_t"]["trans"], trans, atol=1e-9, rtol=0)
+    # The fiducials lie where a head's do: 150 mm between the ear points.
+    points = np.array([imported.headloc.fiducialCurrent.fidPts[i].ptValues[4:7]
+                       for i in range(3)])
+    per_mm = {"mm": 1.0, "cm": 0.1, "m": 1e-3}[unit]
+    assert np.linalg.norm(points[1] - points[2]) == pytest.approx(150.0 * per_mm)
+
+
+def test_the_identity_transform_without_cardinal_points_says_nothing_of_the_head():
+    """MNE puts the identity in every new info: without digitised points it
+    places no head, and no head localization is made of it."""
+    info = builders.kit157()
+    assert np.array_equal(info["dev_head_t"]["trans"], np.eye(4)) and not info["dig"]
+    assert fm.from_info(info).headloc is None
+    with_dev_head_t(info, np.eye(3), [0.0, 0.0, 0.0])
+    assert fm.from_info(info).headloc is None
+    with_dev_head_t(info, np.eye(3), [0.0, 0.0, 0.04])
+    assert fm.from_info(info).headloc is not None
+
+
+def test_a_transform_that_is_not_rigid_gives_no_head_localization():
+    info = builders.kit157()
+    with_dev_head_t(info, np.diag([1.0, 1.0, 1.1]), [0.0, 0.0, 0.04])
+    with pytest.warns(UserWarning, match="dev_head_t"):
+        assert fm.from_info(info).headloc is None
+
+
+def test_the_import_command_writes_the_head_localization_of_the_transform(tmp_path: Path):
+    info = builders.kit157()
+    trans = with_dev_head_t(info, rotation([1.0, 0.0, 0.0], -8.0), [0.0, 0.01, 0.04])
+    folder = tmp_path / "imported"
+    done = import_command(info, tmp_path / "kit-info.fif", folder)
+    assert done.returncode == 0, done.stderr
+    assert " 0 errors" in done.stdout
+    headloc = fg.read_headloc(folder / "headloc.headloc")
+    back = fm.to_info(fg.read_sensors(folder), fiducials=headloc)
+    # FIF holds a transform in single precision.
+    np.testing.assert_allclose(back["dev_head_t"]["trans"], trans, atol=1e-6, rtol=0)
+
+
 def test_the_import_command_writes_the_files_and_says_what_the_check_found(tmp_path: Path):
     m = mne()
     info = builders.kit157()
     info.set_montage(m.channels.make_dig_montage(
         nasion=[0.0, 0.09, 0.0], lpa=[-0.075, 0.0, 0.0], rpa=[0.075, 0.0, 0.0],
         coord_frame="head"))
-    source = tmp_path / "kit-info.fif"
-    m.io.write_info(source, info)
     folder = tmp_path / "imported"
-    done = subprocess.run([sys.executable, "-m", "fluxgrid", "import", str(source), "-o",
-                           str(folder)], capture_output=True, text=True, check=False)
+    done = import_command(info, tmp_path / "kit-info.fif", folder)
     assert done.returncode == 0, done.stderr
     files = sorted(folder.glob("*.sensor"))
     assert len(files) == 160

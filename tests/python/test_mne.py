@@ -61,7 +61,8 @@ def test_opm_codes_of_the_setup_dialog_are_meg_and_reference():
         sensors.append(s)
     info = fm.to_info(sensors)
     assert [mne().channel_type(info, i) for i in range(3)] == ["mag", "ref_meg", "mag"]
-    assert {ch["coil_type"] for ch in info["chs"]} == {fm.POINT_MAGNETOMETER}
+    # Cells of no known size: MNE's default OPM type, never a point.
+    assert {ch["coil_type"] for ch in info["chs"]} == {fm.DEFAULT_OPM_COIL_TYPE}
 
 
 def test_left_channels_are_left_right_ones_right_and_frontal_ones_in_front(named):
