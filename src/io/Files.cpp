@@ -267,7 +267,8 @@ FileError tooLarge(std::string_view name, std::uintmax_t maxBytes) {
 // Reads up to `limit` bytes; `limit + 1` tells a file that grew past it.
 // The `expected` bytes of a regular file and one more (its end, or a sign
 // that it grew) are asked for at once: a chunk of fixed size would be
-// cleared in memory for every file, however small.
+// cleared in memory for every file, however small. A file that grew since,
+// or one without a size, comes in pieces.
 FileResult<std::vector<BYTE>> readUpTo(int fd, std::uintmax_t limit, std::uintmax_t expected,
                                        std::string_view name) {
     constexpr std::size_t kChunk = 1 << 16;
@@ -280,9 +281,6 @@ FileResult<std::vector<BYTE>> readUpTo(int fd, std::uintmax_t limit, std::uintma
         if (room == 0) {
             break;
         }
-        // The size the file was measured at comes in one read, with one byte
-        // more that sees the end; a file that grew since, or one without a
-        // size, comes in pieces.
         const std::uintmax_t wantedNow =
             expected > 0 && expected >= bytes.size() ? expected - bytes.size() + 1 : kChunk;
         const std::size_t wanted = static_cast<std::size_t>(std::min(wantedNow, room));
