@@ -16,9 +16,9 @@ constexpr double kPi = 3.141592653589793;
 constexpr double kFlattenDivisor = 1.8849555921538759;
 }  // namespace
 
-CBscMagSns::CBscMagSns()
+CBscMagSns::CBscMagSns(const char16_t* name)
     : vctXYRD{},
-      coilName(u"None"),
+      coilName(name),
       posP4{},
       oriP4{},
       nmlDirXYZW{},
