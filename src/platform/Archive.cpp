@@ -187,28 +187,19 @@ CArchive& CArchive::operator>>(bool& value) {
 }
 
 CArchive& CArchive::WriteString(std::u16string_view units) {
-    // A short string, as magics and names are, goes into the window in one
-    // piece: the wide tag, the one-byte length, the units.
-    if (units.size() < kLengthEscape) {
-        if (BYTE* bytes = PutWindow(4 + units.size() * 2)) {
-            bytes[0] = kLengthEscape;
-            bytes[1] = static_cast<BYTE>(kWideTag & 0xFF);
-            bytes[2] = static_cast<BYTE>(kWideTag >> 8);
-            bytes[3] = static_cast<BYTE>(units.size());
-            bytes += 4;
-            if constexpr (std::endian::native == std::endian::little) {
-                std::memcpy(bytes, units.data(), units.size() * 2);
-            } else {
-                for (char16_t unit : units) {
-                    const auto word = fluxgrid::detail::toLittleEndian(static_cast<WORD>(unit));
-                    std::memcpy(bytes, &word, sizeof word);
-                    bytes += sizeof word;
-                }
-            }
-            return *this;
-        }
+    // The prefix of a short string, as magics and names are, goes into the
+    // window in one piece: the wide tag and the one-byte length. The units
+    // follow through Write: copied inline here, with a length known to be
+    // short, they were compiled to a string instruction slow to start.
+    BYTE* prefix = units.size() < kLengthEscape ? PutWindow(4) : nullptr;
+    if (prefix != nullptr) {
+        prefix[0] = kLengthEscape;
+        prefix[1] = static_cast<BYTE>(kWideTag & 0xFF);
+        prefix[2] = static_cast<BYTE>(kWideTag >> 8);
+        prefix[3] = static_cast<BYTE>(units.size());
+    } else {
+        AfxWriteStringLength(*this, units.size(), TRUE);
     }
-    AfxWriteStringLength(*this, units.size(), TRUE);
     if constexpr (std::endian::native == std::endian::little) {
         const auto* bytes = reinterpret_cast<const BYTE*>(units.data());
         std::size_t remaining = units.size() * 2;
