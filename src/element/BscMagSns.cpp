@@ -1,5 +1,7 @@
 #include <fluxgrid/element/BscMagSns.h>
 
+#include "ElementBlocks.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -25,9 +27,7 @@ CBscMagSns::CBscMagSns(const char16_t* name)
       axisRotate{},
       rotateRad(0.0),
       rotateDeg(0.0),
-      auxRows{},
       coilAuxNo(0),
-      pairTable{},
       coilAuxNo2(0),
       coilTurns(0),
       coilAuxValue(0.0),
@@ -36,7 +36,10 @@ CBscMagSns::CBscMagSns(const char16_t* name)
       unitScale(1.0),
       coilShape(0),
       coilAuxValue2(0.0),
-      coilAuxValue3(0.0) {}
+      coilAuxValue3(0.0) {
+    fluxgrid::element::clearDoubles(&auxRows[0][0], sizeof auxRows / sizeof(double));
+    fluxgrid::element::clearDoubles(&pairTable[0][0][0], sizeof pairTable / sizeof(double));
+}
 
 int CBscMagSns::setCoilPosition(double x, double y, double z) {
     posP4[0] = x;

@@ -15,8 +15,9 @@ constexpr const char* kWrongVaporFormat = "Wrong AMOPM file format!!?";
 using namespace fluxgrid;
 
 // The base's defaults are a reset cell's: nothing is cleared twice.
-CMagVapor::CMagVapor()
-    : CBscMagSnsqv(u"OPM"), vaporAuxNo(0), vaporShape(0), vaporPairTable{}, vaporAuxNo2(0) {}
+CMagVapor::CMagVapor() : CBscMagSnsqv(u"OPM"), vaporAuxNo(0), vaporShape(0), vaporAuxNo2(0) {
+    element::clearDoubles(&vaporPairTable[0][0][0], sizeof vaporPairTable / sizeof(double));
+}
 
 int CMagVapor::reset() {
     coilName = CString(u"OPM");
