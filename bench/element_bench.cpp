@@ -1,11 +1,12 @@
 // One coil record (version 20211230) through a memory archive, beside a
 // plain copy of the same bytes.
+#include "Yardstick.h"
+
 #include <fluxgrid/element/MagCoil.h>
 #include <fluxgrid/element/MagVapor.h>
 
 #include <benchmark/benchmark.h>
 
-#include <cstring>
 #include <vector>
 
 namespace {
@@ -29,8 +30,9 @@ std::vector<BYTE> storedRecord() {
 template <class Element>
 void store(benchmark::State& state) {
     Element element;
+    CMemFile file;
     for (auto _ : state) {
-        CMemFile file;
+        fluxgrid::bench::rewind(file);
         CArchive ar(&file, CArchive::store);
         element.serializeqv(ar);
         ar.Close();
@@ -57,14 +59,7 @@ void load(benchmark::State& state) {
 
 template <class Element>
 void copyBytes(benchmark::State& state) {
-    const std::vector<BYTE> bytes = storedRecord<Element>();
-    std::vector<BYTE> target(bytes.size());
-    for (auto _ : state) {
-        std::memcpy(target.data(), bytes.data(), bytes.size());
-        benchmark::DoNotOptimize(target.data());
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(bytes.size()));
+    fluxgrid::bench::copyBytes(state, storedRecord<Element>());
 }
 
 BENCHMARK(store<CMagCoilqv>)->Name("coil20211230/store");

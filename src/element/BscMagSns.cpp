@@ -1,5 +1,7 @@
 #include <fluxgrid/element/BscMagSns.h>
 
+#include "ElementBlocks.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -16,18 +18,16 @@ constexpr double kPi = 3.141592653589793;
 constexpr double kFlattenDivisor = 1.8849555921538759;
 }  // namespace
 
-CBscMagSns::CBscMagSns()
+CBscMagSns::CBscMagSns(const char16_t* name)
     : vctXYRD{},
-      coilName(u"None"),
+      coilName(name),
       posP4{},
       oriP4{},
       nmlDirXYZW{},
       axisRotate{},
       rotateRad(0.0),
       rotateDeg(0.0),
-      auxRows{},
       coilAuxNo(0),
-      pairTable{},
       coilAuxNo2(0),
       coilTurns(0),
       coilAuxValue(0.0),
@@ -36,7 +36,10 @@ CBscMagSns::CBscMagSns()
       unitScale(1.0),
       coilShape(0),
       coilAuxValue2(0.0),
-      coilAuxValue3(0.0) {}
+      coilAuxValue3(0.0) {
+    fluxgrid::element::clearDoubles(&auxRows[0][0], sizeof auxRows / sizeof(double));
+    fluxgrid::element::clearDoubles(&pairTable[0][0][0], sizeof pairTable / sizeof(double));
+}
 
 int CBscMagSns::setCoilPosition(double x, double y, double z) {
     posP4[0] = x;

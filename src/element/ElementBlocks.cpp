@@ -23,4 +23,8 @@ void clearFirstPairs(PairTable& table) {
     }
 }
 
+void clearDoubles(double* first, std::size_t count) {
+    std::fill_n(first, count, 0.0);
+}
+
 }  // namespace fluxgrid::element

@@ -116,4 +116,10 @@ void resetGeometry(CBscMagSns& e);
 /// Clears the first four pairs of a pair table; pairs 4 to 11 keep their values.
 void clearFirstPairs(PairTable& table);
 
+/// Clears `count` doubles from `first` through the C library's memset. The
+/// tables of a new element, cleared inline with a size the compiler knows,
+/// came out as a string instruction slow to start: with 24 elements in a
+/// record, a fifth of a record's load.
+void clearDoubles(double* first, std::size_t count);
+
 }  // namespace fluxgrid::element

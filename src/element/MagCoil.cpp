@@ -12,9 +12,8 @@ constexpr const fluxgrid::FileKindInfo& kKind = fluxgrid::fileKindInfo(fluxgrid:
 
 using namespace fluxgrid;
 
-CMagCoil::CMagCoil() {
-    reset();
-}
+// The base's defaults are a reset coil's: nothing is cleared twice.
+CMagCoil::CMagCoil() : CBscMagSnsqv(u"Coil") {}
 
 int CMagCoil::reset() {
     coilName = CString(u"Coil");

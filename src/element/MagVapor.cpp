@@ -14,8 +14,9 @@ constexpr const char* kWrongVaporFormat = "Wrong AMOPM file format!!?";
 
 using namespace fluxgrid;
 
-CMagVapor::CMagVapor() : vaporAuxNo(0), vaporShape(0), vaporPairTable{}, vaporAuxNo2(0) {
-    reset();
+// The base's defaults are a reset cell's: nothing is cleared twice.
+CMagVapor::CMagVapor() : CBscMagSnsqv(u"OPM"), vaporAuxNo(0), vaporShape(0), vaporAuxNo2(0) {
+    element::clearDoubles(&vaporPairTable[0][0][0], sizeof vaporPairTable / sizeof(double));
 }
 
 int CMagVapor::reset() {

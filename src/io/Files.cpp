@@ -231,9 +231,16 @@ const char* whatItIs(mode_t mode) {
     return "not a plain file";
 }
 
+// A regular file open for reading, and its size when it was opened.
+struct OpenedFile {
+    int fd;
+    std::uintmax_t size;
+};
+
 // Opens `path` for reading if it is a regular file. Without blocking, so
-// that a FIFO with no writer is told apart instead of waiting for one.
-FileResult<int> openRegular(const std::filesystem::path& path, std::string_view name) {
+// that a FIFO with no writer is told apart instead of waiting for one. The
+// size comes from the same look that tells the kind of file.
+FileResult<OpenedFile> openRegular(const std::filesystem::path& path, std::string_view name) {
     int fd = -1;
     do {
         fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
@@ -256,7 +263,7 @@ FileResult<int> openRegular(const std::filesystem::path& path, std::string_view 
         message += whatItIs(status.st_mode);
         return failureOf(FileFailure::notRegularFile, name, std::move(message));
     }
-    return fd;
+    return OpenedFile{fd, static_cast<std::uintmax_t>(status.st_size)};
 }
 
 FileError tooLarge(std::string_view name, std::uintmax_t maxBytes) {
@@ -267,7 +274,8 @@ FileError tooLarge(std::string_view name, std::uintmax_t maxBytes) {
 // Reads up to `limit` bytes; `limit + 1` tells a file that grew past it.
 // The `expected` bytes of a regular file and one more (its end, or a sign
 // that it grew) are asked for at once: a chunk of fixed size would be
-// cleared in memory for every file, however small.
+// cleared in memory for every file, however small. A file that grew since,
+// or one without a size, comes in pieces.
 FileResult<std::vector<BYTE>> readUpTo(int fd, std::uintmax_t limit, std::uintmax_t expected,
                                        std::string_view name) {
     constexpr std::size_t kChunk = 1 << 16;
@@ -280,9 +288,6 @@ FileResult<std::vector<BYTE>> readUpTo(int fd, std::uintmax_t limit, std::uintma
         if (room == 0) {
             break;
         }
-        // The size the file was measured at comes in one read, with one byte
-        // more that sees the end; a file that grew since, or one without a
-        // size, comes in pieces.
         const std::uintmax_t wantedNow =
             expected > 0 && expected >= bytes.size() ? expected - bytes.size() + 1 : kChunk;
         const std::size_t wanted = static_cast<std::size_t>(std::min(wantedNow, room));
@@ -305,15 +310,11 @@ FileResult<std::vector<BYTE>> readUpTo(int fd, std::uintmax_t limit, std::uintma
     return bytes;
 }
 
-// All that can be read from `fd`, if it is at most `maxBytes` bytes. A
-// regular file is measured first; anything else (a pipe, a terminal) is
-// read in pieces until it ends or goes past the limit.
-FileResult<std::vector<BYTE>> readToEnd(int fd, std::string_view name, std::uintmax_t maxBytes) {
-    struct stat status {};
-    if (::fstat(fd, &status) != 0) {
-        return failureOf(FileFailure::readError, name, systemError("cannot read", errno));
-    }
-    const auto size = S_ISREG(status.st_mode) ? static_cast<std::uintmax_t>(status.st_size) : 0;
+// All that can be read from `fd`, if it is at most `maxBytes` bytes. `size`
+// is what a regular file measured; anything else (a pipe, a terminal) has 0
+// and is read in pieces until it ends or goes past the limit.
+FileResult<std::vector<BYTE>> readMeasured(int fd, std::uintmax_t size, std::string_view name,
+                                           std::uintmax_t maxBytes) {
     if (size > maxBytes) {
         return tooLarge(name, maxBytes);
     }
@@ -327,15 +328,26 @@ FileResult<std::vector<BYTE>> readToEnd(int fd, std::string_view name, std::uint
     return bytes;
 }
 
+// All that can be read from `fd`, measured first, if it is at most
+// `maxBytes` bytes.
+FileResult<std::vector<BYTE>> readToEnd(int fd, std::string_view name, std::uintmax_t maxBytes) {
+    struct stat status {};
+    if (::fstat(fd, &status) != 0) {
+        return failureOf(FileFailure::readError, name, systemError("cannot read", errno));
+    }
+    const auto size = S_ISREG(status.st_mode) ? static_cast<std::uintmax_t>(status.st_size) : 0;
+    return readMeasured(fd, size, name, maxBytes);
+}
+
 // The whole content of a regular file of at most `maxBytes` bytes.
 FileResult<std::vector<BYTE>> readRegularFile(const std::filesystem::path& path,
                                               std::string_view name, std::uintmax_t maxBytes) {
-    FileResult<int> opened = openRegular(path, name);
+    FileResult<OpenedFile> opened = openRegular(path, name);
     if (!opened) {
         return opened.error();
     }
-    const Descriptor fd(*opened);
-    return readToEnd(fd.get(), name, maxBytes);
+    const Descriptor fd(opened->fd);
+    return readMeasured(fd.get(), opened->size, name, maxBytes);
 }
 
 // ---------------------------------------------------------------------------
@@ -437,11 +449,11 @@ FileResult<FileHeader> readHeader(const std::filesystem::path& path) {
     constexpr std::uintmax_t kFirstBytes = 256;
     std::vector<BYTE> first;
     {
-        FileResult<int> opened = openRegular(path, name);
+        FileResult<OpenedFile> opened = openRegular(path, name);
         if (!opened) {
             return opened.error();
         }
-        const Descriptor fd(*opened);
+        const Descriptor fd(opened->fd);
         FileResult<std::vector<BYTE>> read = readUpTo(fd.get(), kFirstBytes, kFirstBytes, name);
         if (!read) {
             return read.error();

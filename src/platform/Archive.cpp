@@ -9,6 +9,10 @@ namespace {
 // string takes grows with the bytes that actually arrive, whatever length
 // its prefix announced.
 constexpr std::size_t kStringChunk = 64 * 1024;
+// The length prefix: one byte below 0xFF, else 0xFF and a wider length; the
+// wide tag is 0xFF followed by the word 0xFFFE, and the length starts over.
+constexpr BYTE kLengthEscape = 0xFF;
+constexpr WORD kWideTag = 0xFFFE;
 }  // namespace
 
 CArchive::CArchive(CFile* file, UINT mode, int bufferSize)
@@ -31,7 +35,16 @@ CArchive::~CArchive() {
     } catch (...) {
         // A destructor cannot report; a host that needs to know calls Close.
     }
-    delete[] m_buffer;
+    if (m_buffer != m_ownBuffer) {
+        delete[] m_buffer;
+    }
+}
+
+BYTE* CArchive::acquireBuffer() {
+    if (m_buffer == nullptr) {
+        m_buffer = m_bufferSize <= kOwnBufferSize ? m_ownBuffer : new BYTE[m_bufferSize];
+    }
+    return m_buffer;
 }
 
 void CArchive::Close() {
@@ -63,8 +76,7 @@ void CArchive::throwDirection(int cause) const {
 void CArchive::Flush() {
     if (IsStoring()) {
         if (m_buffer == nullptr) {
-            m_buffer = new BYTE[m_bufferSize];
-            m_start = m_cur = m_buffer;
+            m_start = m_cur = acquireBuffer();
             m_max = m_buffer + m_bufferSize;
             return;
         }
@@ -86,9 +98,7 @@ void CArchive::FillBuffer(UINT count) {
     if (m_direct || count > m_bufferSize) {
         AfxThrowArchiveException(CArchiveException::endOfFile, m_file->GetFilePath().GetString());
     }
-    if (m_buffer == nullptr) {
-        m_buffer = new BYTE[m_bufferSize];
-    }
+    acquireBuffer();
     if (available > 0) {
         std::memmove(m_buffer, m_cur, available);
     }
@@ -135,9 +145,7 @@ UINT CArchive::Read(void* buffer, UINT count) {
             total += got;
             continue;
         }
-        if (m_buffer == nullptr) {
-            m_buffer = new BYTE[m_bufferSize];
-        }
+        acquireBuffer();
         const UINT got = m_file->Read(m_buffer, static_cast<UINT>(m_bufferSize));
         m_start = m_cur = m_buffer;
         m_max = m_buffer + got;
@@ -179,7 +187,19 @@ CArchive& CArchive::operator>>(bool& value) {
 }
 
 CArchive& CArchive::WriteString(std::u16string_view units) {
-    AfxWriteStringLength(*this, units.size(), TRUE);
+    // The prefix of a short string, as magics and names are, goes into the
+    // window in one piece: the wide tag and the one-byte length. The units
+    // follow through Write: copied inline here, with a length known to be
+    // short, they were compiled to a string instruction slow to start.
+    BYTE* prefix = units.size() < kLengthEscape ? PutWindow(4) : nullptr;
+    if (prefix != nullptr) {
+        prefix[0] = kLengthEscape;
+        prefix[1] = static_cast<BYTE>(kWideTag & 0xFF);
+        prefix[2] = static_cast<BYTE>(kWideTag >> 8);
+        prefix[3] = static_cast<BYTE>(units.size());
+    } else {
+        AfxWriteStringLength(*this, units.size(), TRUE);
+    }
     if constexpr (std::endian::native == std::endian::little) {
         const auto* bytes = reinterpret_cast<const BYTE*>(units.data());
         std::size_t remaining = units.size() * 2;
@@ -219,19 +239,31 @@ void readPayload(CArchive& ar, Container& out, UINT_PTR count) {
 
 }  // namespace
 
+bool CArchive::takeWideFromWindow(UINT_PTR length, std::u16string& text) {
+    if (length > kStringChunk / 2) {
+        return false;
+    }
+    const BYTE* bytes = TakeWindow(length * 2);
+    if (bytes == nullptr) {
+        return false;
+    }
+    text.resize(length);
+    if constexpr (std::endian::native == std::endian::little) {
+        std::memcpy(text.data(), bytes, length * 2);
+    } else {
+        for (std::size_t i = 0; i < length; ++i) {
+            text[i] = fluxgrid::detail::decodeLittleEndian<char16_t>(bytes + 2 * i);
+        }
+    }
+    return true;
+}
+
 CString CArchive::ReadStringPayload(UINT_PTR length, int charSize) {
     try {
-        if (charSize == 2 && length <= kStringChunk / 2) {
+        if (charSize == 2) {
             // Already in the window: one copy, no refill.
-            if (const BYTE* bytes = TakeWindow(length * 2)) {
-                std::u16string wide(length, u'\0');
-                if constexpr (std::endian::native == std::endian::little) {
-                    std::memcpy(wide.data(), bytes, length * 2);
-                } else {
-                    for (std::size_t i = 0; i < length; ++i) {
-                        wide[i] = fluxgrid::detail::decodeLittleEndian<char16_t>(bytes + 2 * i);
-                    }
-                }
+            std::u16string wide;
+            if (takeWideFromWindow(length, wide)) {
                 return CString(std::move(wide));
             }
         }
@@ -256,27 +288,36 @@ CString CArchive::ReadStringPayload(UINT_PTR length, int charSize) {
 CArchive& CArchive::operator>>(CString& text) {
     int charSize = 1;
     const UINT_PTR length = AfxReadStringLength(*this, charSize);
-    // The target changes only once the whole string has arrived.
+    // The target changes only once the whole string has arrived: a wide
+    // string already in the window goes straight into the target's own
+    // room, anything else is gathered aside first.
+    try {
+        if (charSize == 2 && takeWideFromWindow(length, text.str())) {
+            return *this;
+        }
+    } catch (const std::bad_alloc&) {
+        AfxThrowMemoryException();
+    }
     text = ReadStringPayload(length, charSize);
     return *this;
 }
 
 void AfxWriteStringLength(CArchive& ar, UINT_PTR length, BOOL unicode) {
     if (unicode) {
-        ar.WriteByte(0xFF);
-        ar.WriteWord(0xFFFE);
+        ar.WriteByte(kLengthEscape);
+        ar.WriteWord(kWideTag);
     }
-    if (length < 0xFF) {
+    if (length < kLengthEscape) {
         ar.WriteByte(static_cast<BYTE>(length));
-    } else if (length < 0xFFFE) {
-        ar.WriteByte(0xFF);
+    } else if (length < kWideTag) {
+        ar.WriteByte(kLengthEscape);
         ar.WriteWord(static_cast<WORD>(length));
     } else if (length < 0xFFFFFFFF) {
-        ar.WriteByte(0xFF);
+        ar.WriteByte(kLengthEscape);
         ar.WriteWord(0xFFFF);
         ar << static_cast<UINT>(length);
     } else {
-        ar.WriteByte(0xFF);
+        ar.WriteByte(kLengthEscape);
         ar.WriteWord(0xFFFF);
         ar << static_cast<UINT>(0xFFFFFFFF);
         ar.WriteQuad(length);
@@ -286,15 +327,15 @@ void AfxWriteStringLength(CArchive& ar, UINT_PTR length, BOOL unicode) {
 UINT_PTR AfxReadStringLength(CArchive& ar, int& charSize) {
     charSize = 1;
     BYTE shortLength = ar.ReadByte();
-    if (shortLength < 0xFF) {
+    if (shortLength < kLengthEscape) {
         return shortLength;
     }
     WORD mediumLength = ar.ReadWord();
-    if (mediumLength == 0xFFFE) {
+    if (mediumLength == kWideTag) {
         // The wide tag: the length starts over behind it.
         charSize = 2;
         shortLength = ar.ReadByte();
-        if (shortLength < 0xFF) {
+        if (shortLength < kLengthEscape) {
             return shortLength;
         }
         mediumLength = ar.ReadWord();

@@ -18,11 +18,13 @@ void HardwareRecordDeleter::operator()(CMegGrdBscqv* record) const {
 }
 
 HardwareRecord makeHardwareRecord(int hardwareType) {
+    // Default-initialised: the constructors give every field its value, and
+    // a record of some 25 KB is not cleared as a whole before they run.
     CMegGrdBscqv* record = nullptr;
     if (hardwareType == 0) {
-        record = new (std::nothrow) CMegSquidqv();
+        record = new (std::nothrow) CMegSquidqv;
     } else if (hardwareType == 1) {
-        record = new (std::nothrow) CMegOpmqv();
+        record = new (std::nothrow) CMegOpmqv;
     }
     if (record == nullptr) {
         return {};

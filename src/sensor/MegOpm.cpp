@@ -2,11 +2,29 @@
 
 #include "GradBlock.h"
 
+#include <string>
+
 using namespace fluxgrid;
 using sensor::GradAux;
 
+namespace {
+
+// The dewar cells are named "OPMg0" to "OPMg7" by their slot.
+void nameDewarCells(CMegOpm& record) {
+    for (int i = 0; i < 8; ++i) {
+        std::u16string name = u"OPMg";
+        name += static_cast<char16_t>(u'0' + i);
+        record.vaporDewar[i].coilName = CString(std::move(name));
+    }
+}
+
+}  // namespace
+
+// New cells are reset ones already: only the block and the dewar cells'
+// names are set.
 CMegOpm::CMegOpm() : totalVapors(0), currentVaporID(0) {
-    resetSensors();
+    sensor::resetBlock(*this, GradAux::absent);
+    nameDewarCells(*this);
 }
 
 int CMegOpm::resetSensors() {
@@ -15,10 +33,10 @@ int CMegOpm::resetSensors() {
     currentVaporID = 0;
     for (int i = 0; i < 8; ++i) {
         vaporDewar[i].reset();
-        vaporDewar[i].coilName.Format("OPMg%d", i);
         vaporHead[i].reset();
         vaporWork[i].reset();
     }
+    nameDewarCells(*this);
     return 1;
 }
 

@@ -734,6 +734,24 @@ TEST(ArchiveBuffering, SmallBufferSizeStillGivesSameBytes) {
     expectSameSample(sample, loaded);
 }
 
+TEST(ArchiveBuffering, BufferLargerThanTheArchivesOwnRoomGivesTheSameBytes) {
+    const Sample sample;
+    constexpr int kLargeBuffer = 64 * 1024;
+    CMemFile file;
+    {
+        CArchive ar(&file, CArchive::store, kLargeBuffer);
+        sample.store(ar);
+    }
+    EXPECT_BYTES_EQ(sample.golden().bytes(), file.Data());
+    TrickleFile trickle(file.Data(), 3);
+    Sample loaded = blankSample();
+    {
+        CArchive ar(&trickle, CArchive::load, kLargeBuffer);
+        loaded.load(ar);
+    }
+    expectSameSample(sample, loaded);
+}
+
 TEST(ArchiveBuffering, MemoryFileLoadsStartAtItsPosition) {
     const std::vector<BYTE> bytes = {9, 9, 9, 9, 0x2A, 0, 0, 0};
     CMemFile file(bytes.data(), static_cast<UINT>(bytes.size()));
@@ -779,6 +797,46 @@ TEST(ArchiveStrings, WriteStringGivesTheSameBytesAsACString) {
     expected.u8(0x4D).u8(0x00).u8(0xE9).u8(0x00).u8(0x00).u8(0x00).u8(0xAC).u8(0x20);
     EXPECT_BYTES_EQ(expected.bytes(), fromView);
     EXPECT_BYTES_EQ(expected.bytes(), fromString);
+}
+
+TEST(ArchiveStrings, OneByteLengthEndsAt254UnitsAndTheWordLengthStartsAt255) {
+    for (const std::size_t units : {std::size_t{254}, std::size_t{255}}) {
+        const std::u16string text(units, u'q');
+        const std::vector<BYTE> stored = storeToBytes([&](CArchive& ar) { ar << CString(text); });
+        ByteBuilder expected;
+        expected.u8(0xFF).u8(0xFE).u8(0xFF);
+        if (units == 254) {
+            expected.u8(0xFE);
+        } else {
+            expected.u8(0xFF).u8(0xFF).u8(0x00);
+        }
+        for (std::size_t i = 0; i < units; ++i) {
+            expected.u8(0x71).u8(0x00);
+        }
+        EXPECT_BYTES_EQ(expected.bytes(), stored) << units << " units";
+    }
+}
+
+TEST(ArchiveStrings, ShortStringStoredThroughATinyBufferGivesTheSameBytes) {
+    CMemFile file;
+    {
+        CArchive ar(&file, CArchive::store, 1);
+        ar << CString(u"MEGSENSORQV");
+    }
+    ByteBuilder expected;
+    expected.u8(0xFF).u8(0xFE).u8(0xFF).u8(0x0B);
+    for (char16_t unit : std::u16string(u"MEGSENSORQV")) {
+        expected.u8(static_cast<std::uint8_t>(unit)).u8(0x00);
+    }
+    EXPECT_BYTES_EQ(expected.bytes(), file.Data());
+}
+
+TEST(ArchiveStrings, LoadedStringReplacesALongerTextWhole) {
+    const std::vector<BYTE> bytes = {0xFF, 0xFE, 0xFF, 0x02, 0x41, 0x00, 0x42, 0x00};
+    CString text(u"a much longer text that was there before");
+    loadFromBytes(bytes, [&](CArchive& ar) { ar >> text; });
+    EXPECT_EQ(text, u"AB");
+    EXPECT_EQ(text.GetLength(), 2);
 }
 
 TEST(ArchiveStrings, Char16PointerStoresTheWideForm) {

@@ -18,7 +18,7 @@
 class CBscMagSns {
   public:
     /// Name "None", `unitScale` 1.0, every other number 0.
-    CBscMagSns();
+    CBscMagSns() : CBscMagSns(u"None") {}
     CBscMagSns(const CBscMagSns&) = default;
     CBscMagSns& operator=(const CBscMagSns&) = default;
     ~CBscMagSns() = default;
@@ -79,6 +79,10 @@ class CBscMagSns {
     double coilAuxValue2;
     double coilAuxValue3;
 
+  protected:
+    /// The defaults under another name: those of a reset coil or vapor cell.
+    explicit CBscMagSns(const char16_t* name);
+
   private:
     // The earlier orientation routine, with +Z as its reference; kept for
     // the record and called by nothing in the library.
@@ -90,4 +94,7 @@ class CBscMagSns {
 class CBscMagSnsqv : public CBscMagSns {
   public:
     CBscMagSnsqv() = default;
+
+  protected:
+    explicit CBscMagSnsqv(const char16_t* name) : CBscMagSns(name) {}
 };

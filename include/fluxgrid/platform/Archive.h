@@ -13,6 +13,7 @@
 #include <bit>
 #include <concepts>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 namespace fluxgrid::detail {
@@ -178,6 +179,13 @@ class CArchive {
 
     [[noreturn]] void throwDirection(int cause) const;
     void releaseLoad();
+    // Takes a wide string of `length` units into `text` when the window
+    // holds all of it; false, taking nothing, when it does not.
+    bool takeWideFromWindow(UINT_PTR length, std::u16string& text);
+    // The buffer of a store or of a load from a file that must be read: the
+    // archive's own room when the size allows, so that an archive of the
+    // usual size takes no memory from the heap.
+    BYTE* acquireBuffer();
 
     CFile* m_file;
     UINT m_mode;
@@ -190,6 +198,8 @@ class CArchive {
     bool m_closed = false;
     std::size_t m_bufferSize;
     BYTE* m_buffer = nullptr;
+    static constexpr std::size_t kOwnBufferSize = 4096;
+    BYTE m_ownBuffer[kOwnBufferSize];
 };
 
 /// Writes the length prefix of the string form; with `unicode` set, the wide
