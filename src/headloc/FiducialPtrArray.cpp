@@ -1,6 +1,20 @@
 #include <fluxgrid/headloc/FiducialPtrArray.h>
 #include <fluxgrid/platform/Exceptions.h>
 
+#include "headloc/TrialBlock.h"
+#include "platform/PageMemory.h"
+
+#include <limits>
+#include <new>
+
+void CTrialRelease::operator()(HEAD_LOCATION_TRIAL* record) const noexcept {
+    if (block != nullptr) {
+        block->release(record);
+    } else {
+        delete record;
+    }
+}
+
 CFiducialPtrArray::CFiducialPtrArray() = default;
 
 CFiducialPtrArray::~CFiducialPtrArray() = default;
@@ -15,7 +29,10 @@ INT_PTR CFiducialPtrArray::Add(CFiducialqv* object) {
 }
 
 INT_PTR CFiducialPtrArray::Add(HEAD_LOCATION_TRIAL* record) {
-    std::unique_ptr<HEAD_LOCATION_TRIAL> owned(record);
+    return Add(CTrialPtr(record));
+}
+
+INT_PTR CFiducialPtrArray::Add(CTrialPtr owned) {
     if (!owned) {
         return append(Element());
     }
@@ -33,7 +50,7 @@ INT_PTR CFiducialPtrArray::append(Element element) {
 
 HEAD_LOCATION_TRIAL* CFiducialPtrArray::GetRecordAt(INT_PTR index) const {
     const Element& element = m_items[checked(index)];
-    if (const auto* record = std::get_if<std::unique_ptr<HEAD_LOCATION_TRIAL>>(&element)) {
+    if (const auto* record = std::get_if<CTrialPtr>(&element)) {
         return record->get();
     }
     return nullptr;
@@ -44,7 +61,7 @@ CFiducialqv* CFiducialPtrArray::GetFiducialAt(INT_PTR index) const {
     if (const auto* object = std::get_if<std::unique_ptr<CFiducialqv>>(&element)) {
         return object->get();
     }
-    if (const auto* record = std::get_if<std::unique_ptr<HEAD_LOCATION_TRIAL>>(&element)) {
+    if (const auto* record = std::get_if<CTrialPtr>(&element)) {
         return &(*record)->trialFiducial;
     }
     return nullptr;
@@ -76,4 +93,29 @@ std::size_t CFiducialPtrArray::checked(INT_PTR index) const {
         AfxThrowInvalidArgException();
     }
     return static_cast<std::size_t>(index);
+}
+
+CFiducialPtrArray::Element* CFiducialPtrArray::ElementAllocator::allocate(std::size_t count) {
+    if (count > std::numeric_limits<std::size_t>::max() / sizeof(Element)) {
+        throw std::bad_array_new_length();
+    }
+    const std::size_t bytes = count * sizeof(Element);
+    if (bytes < fluxgrid::platform::kSystemPageBlock) {
+        return static_cast<Element*>(::operator new(bytes));
+    }
+    void* block = fluxgrid::platform::mapPages(bytes);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return static_cast<Element*>(block);
+}
+
+void CFiducialPtrArray::ElementAllocator::deallocate(Element* elements,
+                                                     std::size_t count) noexcept {
+    const std::size_t bytes = count * sizeof(Element);
+    if (bytes < fluxgrid::platform::kSystemPageBlock) {
+        ::operator delete(elements);
+    } else {
+        fluxgrid::platform::unmapPages(elements, bytes);
+    }
 }

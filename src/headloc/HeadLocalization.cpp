@@ -5,10 +5,11 @@
 #include <fluxgrid/platform/MessageBox.h>
 #include <fluxgrid/records/CoordinateProcess.h>
 
+#include "headloc/TrialBlock.h"
+
 #include <algorithm>
 #include <cmath>
-#include <memory>
-#include <new>
+#include <utility>
 
 namespace {
 
@@ -401,15 +402,21 @@ bool CHeadLocalization09File::loadSection(CArchive& ar, CFiducialPtrArray& list)
     // hand can hold: a present entry takes its tag and three doubles at
     // least, and a count may be anything.
     constexpr std::size_t kPresentEntryBytes = 4 + 3 * 8;
-    const auto possible = static_cast<LONGLONG>(ar.WindowBytes() / kPresentEntryBytes);
-    list.Reserve(static_cast<INT_PTR>(list.GetSize() + std::min(count, possible)));
+    const auto likely = [&ar](LONGLONG left) {
+        const auto possible = static_cast<LONGLONG>(ar.WindowBytes() / kPresentEntryBytes) + 1;
+        return static_cast<std::size_t>(std::min(left, possible));
+    };
+    if (count > 0) {
+        list.Reserve(static_cast<INT_PTR>(list.GetSize() + likely(count)));
+    }
+    headloc::TrialSource records;
     for (LONGLONG i = 0; i < count; ++i) {
         int tag = 0;
         ar >> tag;
         if (tag == 0) {
             continue;
         }
-        std::unique_ptr<HEAD_LOCATION_TRIAL> record(new (std::nothrow) HEAD_LOCATION_TRIAL());
+        CTrialPtr record = records.next(static_cast<std::size_t>(count - i), likely(count - i));
         if (!record) {
             return false;
         }
@@ -419,7 +426,7 @@ bool CHeadLocalization09File::loadSection(CArchive& ar, CFiducialPtrArray& list)
         ar >> record->trialTag;
         // A refused nested set keeps its entry; reading goes on in place.
         record->trialFiducial.serialize(ar);
-        list.Add(record.release());
+        list.Add(std::move(record));
     }
     return true;
 }

@@ -11,42 +11,8 @@ namespace {
 
 using namespace fluxgrid::test;
 
-constexpr int kWritten = 20160320;
-
 // ---------------------------------------------------------------------------
 // Golden files, built field by field from the layout.
-
-struct Fields {
-    int type = 1;
-    int param = 3;
-    int mode = 2;
-    int time = 0;
-    int averaged = 0;
-    double value = 10.0;
-    std::u16string text;
-};
-
-void appendFrameAndFields(ByteBuilder& b, int version, const Fields& f) {
-    b.wide(u"HEADLOCATIONTRIAL");  // offset 0
-    b.i32(version);                // 38
-    b.i32(f.type);                 // 42
-    b.i32(f.param);                // 46
-    b.i32(f.mode);                 // 50
-    b.i32(f.time);                 // 54
-    b.i32(f.averaged);             // 58
-    b.f64(f.value);                // 62
-    b.wide(f.text);                // 70
-}
-
-/// The entry of `markedRecord(seed)`, with presence tag `tag`.
-void appendRecordEntry(ByteBuilder& b, int seed, int tag = 1) {
-    b.i32(tag);
-    b.f64(1.5 + seed);
-    b.f64(-2.5 - seed);
-    b.f64(0.125 * seed);
-    b.i32(40 + seed);
-    appendSet(b, markedSet(seed));
-}
 
 /// The entry of an object-kind element holding `markedSet(seed)`.
 void appendObjectEntry(ByteBuilder& b, int seed) {
@@ -56,20 +22,6 @@ void appendObjectEntry(ByteBuilder& b, int seed) {
     b.f64(0.0);
     b.i32(0);
     appendSet(b, markedSet(seed));
-}
-
-void appendAbsentEntry(ByteBuilder& b) {
-    b.i32(0);
-}
-
-/// The six records behind the labels, with marked values.
-void appendMarkedTail(ByteBuilder& b) {
-    appendSphere(b, markedSphere(1));
-    appendSphere(b, markedSphere(2));
-    appendSet(b, markedSet(11));
-    appendSet(b, markedSet(12));
-    appendSet(b, markedSet(13));
-    appendSet(b, markedSet(14));
 }
 
 Fields markedFields() {
@@ -140,17 +92,6 @@ void fillRichObject(CHeadLocalizationqv& hl) {
 // ---------------------------------------------------------------------------
 // Checks of a loaded object.
 
-void expectRecord(const CFiducialPtrArray& list, INT_PTR index, int seed) {
-    SCOPED_TRACE("entry " + std::to_string(index));
-    const HEAD_LOCATION_TRIAL* record = list.GetRecordAt(index);
-    ASSERT_NE(nullptr, record);
-    EXPECT_BITS_EQ(1.5 + seed, record->trialValue1);
-    EXPECT_BITS_EQ(-2.5 - seed, record->trialValue2);
-    EXPECT_BITS_EQ(0.125 * seed, record->trialValue3);
-    EXPECT_EQ(40 + seed, record->trialTag);
-    expectSet(markedSet(seed), record->trialFiducial);
-}
-
 void expectObjectRecord(const CFiducialPtrArray& list, INT_PTR index, int seed) {
     SCOPED_TRACE("entry " + std::to_string(index));
     const HEAD_LOCATION_TRIAL* record = list.GetRecordAt(index);
@@ -194,16 +135,6 @@ void expectRichObject(const CHeadLocalization& hl) {
     EXPECT_EQ(CString(""), hl.headLocalLabels[1]);
     EXPECT_EQ(CString("right"), hl.headLocalLabels[2]);
     expectMarkedTail(hl);
-}
-
-int load(CHeadLocalizationqv& hl, const std::vector<BYTE>& bytes, std::size_t* taken = nullptr) {
-    int result = -1;
-    const std::size_t used =
-        loadFromBytes(bytes, [&](CArchive& ar) { result = hl.serializeqv(ar); });
-    if (taken != nullptr) {
-        *taken = used;
-    }
-    return result;
 }
 
 std::vector<BYTE> store(CHeadLocalizationqv& hl, int* result) {

@@ -9,6 +9,11 @@
 /// `SetSize` and `RemoveAll` release what they drop, and the destructor
 /// releases whatever is left. Every index is checked: one out of bounds
 /// raises `CInvalidArgException`.
+///
+/// A record either stands alone (a host's `new HEAD_LOCATION_TRIAL`) or
+/// lies in a block of records that a file read made in a row. Either is
+/// released on its own, at once; a block's memory goes back when its last
+/// record is released.
 #pragma once
 
 #include <fluxgrid/headloc/HeadLocationTrial.h>
@@ -19,6 +24,21 @@
 #include <memory>
 #include <variant>
 #include <vector>
+
+namespace fluxgrid::headloc {
+class TrialBlock;
+}
+
+/// Releases a record of the record kind: one that stands alone by `delete`,
+/// one in a block through its block.
+struct CTrialRelease {
+    /// The record's block; null for a record that stands alone.
+    fluxgrid::headloc::TrialBlock* block = nullptr;
+    void operator()(HEAD_LOCATION_TRIAL* record) const noexcept;
+};
+
+/// A record of the record kind and what releases it.
+using CTrialPtr = std::unique_ptr<HEAD_LOCATION_TRIAL, CTrialRelease>;
 
 class CFiducialPtrArray {
   public:
@@ -39,6 +59,9 @@ class CFiducialPtrArray {
     /// Appends a record of the record kind and takes ownership of it; a null
     /// pointer appends a null element. Returns the new index.
     INT_PTR Add(HEAD_LOCATION_TRIAL* record);
+    /// Appends a record with what releases it and takes ownership of it; a
+    /// null pointer appends a null element. Returns the new index.
+    INT_PTR Add(CTrialPtr record);
     /// Appends a null element. Returns the new index.
     INT_PTR Add(std::nullptr_t);
 
@@ -61,11 +84,24 @@ class CFiducialPtrArray {
     void Reserve(INT_PTR count);
 
   private:
-    using Element = std::variant<std::monostate, std::unique_ptr<CFiducialqv>,
-                                 std::unique_ptr<HEAD_LOCATION_TRIAL>>;
+    using Element = std::variant<std::monostate, std::unique_ptr<CFiducialqv>, CTrialPtr>;
+
+    // The storage of the elements: that of a long list comes straight from
+    // the system, in huge pages where they are offered, since a million
+    // elements would otherwise be paid in thousands of page faults.
+    struct ElementAllocator {
+        using value_type = Element;
+        template <class U>
+        struct rebind {
+            using other = ElementAllocator;
+        };
+        Element* allocate(std::size_t count);
+        void deallocate(Element* elements, std::size_t count) noexcept;
+        bool operator==(const ElementAllocator&) const = default;
+    };
 
     std::size_t checked(INT_PTR index) const;
     INT_PTR append(Element element);
 
-    std::vector<Element> m_items;
+    std::vector<Element, ElementAllocator> m_items;
 };
