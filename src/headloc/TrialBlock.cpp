@@ -5,12 +5,38 @@
 #include <limits>
 #include <new>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define FLUXGRID_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define FLUXGRID_ASAN 1
+#endif
+#endif
+#ifdef FLUXGRID_ASAN
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace fluxgrid::headloc {
 
 namespace {
 
 // Objects on different threads may load at the same time.
 std::atomic<std::size_t> g_living{0};
+
+// A released record's room stays with its block until the block goes. Under
+// the address sanitizer it is marked unusable, so that a host reading an
+// entry it released is caught as it would be with one allocation each.
+void markReleased([[maybe_unused]] void* place, [[maybe_unused]] std::size_t bytes) {
+#ifdef FLUXGRID_ASAN
+    ASAN_POISON_MEMORY_REGION(place, bytes);
+#endif
+}
+
+void markUsable([[maybe_unused]] void* place, [[maybe_unused]] std::size_t bytes) {
+#ifdef FLUXGRID_ASAN
+    ASAN_UNPOISON_MEMORY_REGION(place, bytes);
+#endif
+}
 
 }  // namespace
 
@@ -20,6 +46,7 @@ TrialBlock::TrialBlock(platform::PageMemory memory, std::size_t capacity) noexce
 }
 
 TrialBlock::~TrialBlock() {
+    markUsable(m_memory.data(), m_used * sizeof(HEAD_LOCATION_TRIAL));
     g_living.fetch_sub(1, std::memory_order_relaxed);
 }
 
@@ -48,6 +75,7 @@ HEAD_LOCATION_TRIAL* TrialBlock::emplace() noexcept {
 
 void TrialBlock::release(HEAD_LOCATION_TRIAL* record) noexcept {
     record->~HEAD_LOCATION_TRIAL();
+    markReleased(record, sizeof *record);
     if (--m_alive == 0 && m_closed) {
         delete this;
     }

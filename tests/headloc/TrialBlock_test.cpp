@@ -101,6 +101,24 @@ TEST(TrialBlock, ReleasingOneEntryLeavesTheOthersAndTheBlockGoesWithTheLast) {
     EXPECT_EQ(0, hl.setHeadLocalizeTime(0));  // a null step
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+// Under the address sanitizer a released entry's room is marked unusable,
+// though its block stays for the others.
+TEST(TrialBlockDeathTest, ReadingAReleasedEntryIsCaughtByTheAddressSanitizer) {
+    CHeadLocalizationqv hl;
+    ASSERT_EQ(1, load(hl, stepsFile(0, 3)));
+    const HEAD_LOCATION_TRIAL* released = hl.fiducialPA.GetRecordAt(1);
+    hl.fiducialPA.ReleaseAt(1);
+    expectRecord(hl.fiducialPA, 2, 2);
+    EXPECT_DEATH(
+        {
+            volatile double value = released->trialValue1;
+            (void)value;
+        },
+        "use-after-poison");
+}
+#endif
+
 TEST(TrialBlock, ARecordAddedByAHostStandsBesideLoadedOnes) {
     const NewBlocks blocks;
     CHeadLocalizationqv hl;
