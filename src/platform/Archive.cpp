@@ -187,19 +187,10 @@ CArchive& CArchive::operator>>(bool& value) {
 }
 
 CArchive& CArchive::WriteString(std::u16string_view units) {
-    // The prefix of a short string, as magics and names are, goes into the
-    // window in one piece: the wide tag and the one-byte length. The units
-    // follow through Write: copied inline here, with a length known to be
-    // short, they were compiled to a string instruction slow to start.
-    BYTE* prefix = units.size() < kLengthEscape ? PutWindow(4) : nullptr;
-    if (prefix != nullptr) {
-        prefix[0] = kLengthEscape;
-        prefix[1] = static_cast<BYTE>(kWideTag & 0xFF);
-        prefix[2] = static_cast<BYTE>(kWideTag >> 8);
-        prefix[3] = static_cast<BYTE>(units.size());
-    } else {
-        AfxWriteStringLength(*this, units.size(), TRUE);
-    }
+    // The units follow the prefix through Write: copied inline here, with a
+    // length known to be short, they were compiled to a string instruction
+    // slow to start.
+    AfxWriteStringLength(*this, units.size(), TRUE);
     if constexpr (std::endian::native == std::endian::little) {
         const auto* bytes = reinterpret_cast<const BYTE*>(units.data());
         std::size_t remaining = units.size() * 2;
@@ -303,6 +294,17 @@ CArchive& CArchive::operator>>(CString& text) {
 }
 
 void AfxWriteStringLength(CArchive& ar, UINT_PTR length, BOOL unicode) {
+    // The prefix of a short wide string, as magics and names are, goes into
+    // the window in one piece: the wide tag and the one-byte length.
+    if (unicode && length < kLengthEscape) {
+        if (BYTE* prefix = ar.PutWindow(4)) {
+            prefix[0] = kLengthEscape;
+            prefix[1] = static_cast<BYTE>(kWideTag & 0xFF);
+            prefix[2] = static_cast<BYTE>(kWideTag >> 8);
+            prefix[3] = static_cast<BYTE>(length);
+            return;
+        }
+    }
     if (unicode) {
         ar.WriteByte(kLengthEscape);
         ar.WriteWord(kWideTag);
